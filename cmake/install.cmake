@@ -1,0 +1,19 @@
+include(CMakePackageConfigHelpers)
+
+install(TARGETS smtpclient EXPORT smtpclient-targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/smtpclient)
+install(EXPORT smtpclient-targets NAMESPACE smtpclient:: DESTINATION ${package_dir})
+
+configure_package_config_file(cmake/smtpclient-config.cmake.in smtpclient-config.cmake
+    INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(smtpclient-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/smtpclient-config.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/smtpclient-config-version.cmake
+    DESTINATION ${package_dir})
+
+configure_file(cmake/smtpclient.pc.in smtpclient.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/smtpclient.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
