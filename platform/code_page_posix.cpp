@@ -1,0 +1,202 @@
+#include "platform/code_page.h"
+
+#include <iconv.h>
+#include <langinfo.h>
+#include <locale.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/never_destroyed.h"
+
+namespace SMTPClientNS {
+namespace {
+
+constexpr const char *Utf8Name = "UTF-8";
+constexpr const char *Utf16Name = "UTF-16LE";
+constexpr std::string_view ReplacementUtf8 = "\xEF\xBF\xBD";
+constexpr std::string_view ReplacementUtf16 = "\xFD\xFF";
+
+class CConversion {
+public:
+    CConversion(const char *to, const char *from) : descriptor(::iconv_open(to, from)) {}
+    ~CConversion() {
+        if (IsOpen()) {
+            ::iconv_close(descriptor);
+        }
+    }
+    CConversion(const CConversion &) = delete;
+    CConversion &operator=(const CConversion &) = delete;
+
+    bool IsOpen() const {
+        return descriptor != reinterpret_cast<iconv_t>(-1);  // NOLINT(*-int-to-ptr): iconv's own
+    }
+
+    /// Converts all of input. faultLength tells how many bytes to replace at a place that cannot
+    /// be converted.
+    template <typename FaultLength>
+    NarrowString Run(std::string_view input, std::string_view replacement,
+                     const FaultLength &faultLength) const {
+        NarrowString output;
+        std::array<char, 4096> piece;
+        char *in = const_cast<char *>(input.data());
+        std::size_t inLeft = input.size();
+        while (inLeft != 0) {
+            char *out = piece.data();
+            std::size_t outLeft = piece.size();
+            const bool failed =
+                ::iconv(descriptor, &in, &inLeft, &out, &outLeft) == static_cast<std::size_t>(-1);
+            const int reason = errno;
+            output.append(piece.data(), piece.size() - outLeft);
+            if (failed && reason != E2BIG && inLeft != 0) {
+                output += replacement;
+                const std::size_t skipped =
+                    std::min(inLeft, faultLength(std::string_view(in, inLeft)));
+                in += skipped;
+                inLeft -= skipped;
+            }
+        }
+        return output;
+    }
+
+private:
+    iconv_t descriptor;
+};
+
+std::size_t WideFaultLength(std::string_view rest) {
+    const auto isSurrogate = [rest](std::size_t at, unsigned int kind) {
+        return rest.size() >= at + 2 && (static_cast<unsigned char>(rest[at + 1]) & 0xFCU) == kind;
+    };
+    return isSurrogate(0, 0xD8) && isSurrogate(2, 0xDC) ? 4 : 2;
+}
+
+std::size_t ByteFaultLength(std::string_view /*rest*/) {
+    return 1;
+}
+
+std::string_view BytesOf(std::u16string_view text) {
+    return {reinterpret_cast<const char *>(text.data()), text.size() * sizeof(char16_t)};
+}
+
+WideString WideFromBytes(const NarrowString &bytes) {
+    WideString text(bytes.size() / sizeof(char16_t), u'\0');
+    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(char16_t));
+    return text;
+}
+
+bool IsAscii(std::string_view bytes) {
+    return std::all_of(bytes.begin(), bytes.end(),
+                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+bool IsAscii(std::u16string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
+}
+
+/// What the environment calls the user's locale for text; empty if it names none.
+NarrowString NamedLocale() {
+    for (const char *variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char *value = std::getenv(variable);
+        if (value != nullptr && *value != '\0') {
+            return value;
+        }
+    }
+    return {};
+}
+
+NarrowString CodesetOfName(const NarrowString &localeName) {
+    const std::size_t dot = localeName.find('.');
+    if (dot == NarrowString::npos) {
+        return Utf8Name;
+    }
+    return localeName.substr(dot + 1, localeName.find('@', dot) - dot - 1);
+}
+
+NarrowString FindCodeset() {
+    const NarrowString name = NamedLocale();
+    if (name.empty() || name == "C" || name == "POSIX") {
+        return Utf8Name;
+    }
+    const locale_t installed = ::newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (installed == nullptr) {
+        return CodesetOfName(name);
+    }
+    NarrowString codeset = ::nl_langinfo_l(CODESET, installed);
+    ::freelocale(installed);
+    return codeset;
+}
+
+bool IconvKnows(const NarrowString &codeset) {
+    return !codeset.empty() && CConversion(codeset.c_str(), Utf16Name).IsOpen() &&
+           CConversion(Utf16Name, codeset.c_str()).IsOpen();
+}
+
+struct SystemCodePage {
+    NarrowString codeset = Utf8Name;
+    std::string_view replacement = ReplacementUtf8;
+    bool keepsAscii = true;  ///< ASCII has the same bytes in it: most texts need no conversion.
+
+    SystemCodePage() {
+        const NarrowString found = FindCodeset();
+        if (found == Utf8Name || !IconvKnows(found)) {
+            return;
+        }
+        codeset = found;
+        NarrowString ascii;
+        for (char byte = 1; byte < 0x7F; ++byte) {
+            ascii += byte;
+        }
+        const CConversion decoding(Utf16Name, codeset.c_str());
+        const WideString decoded =
+            WideFromBytes(decoding.Run(ascii, ReplacementUtf16, ByteFaultLength));
+        keepsAscii = decoded == WideString(ascii.begin(), ascii.end());
+        replacement = "?";
+    }
+};
+
+const SystemCodePage &TheSystemCodePage() {
+    static CNeverDestroyed<const SystemCodePage> codePage;
+    return codePage.Get();
+}
+
+WideString Decode(const char *codeset, std::string_view bytes) {
+    const CConversion conversion(Utf16Name, codeset);
+    if (!conversion.IsOpen()) {  // Out of descriptors or memory: nothing is known of the bytes.
+        return WideString(bytes.size(), u'\uFFFD');
+    }
+    return WideFromBytes(conversion.Run(bytes, ReplacementUtf16, ByteFaultLength));
+}
+
+}  // namespace
+
+NarrowString WideToSystemCodePage(std::u16string_view text) {
+    const SystemCodePage &codePage = TheSystemCodePage();
+    if (codePage.keepsAscii && IsAscii(text)) {
+        return NarrowString(text.begin(), text.end());
+    }
+    const CConversion conversion(codePage.codeset.c_str(), Utf16Name);
+    if (!conversion.IsOpen()) {
+        return NarrowString(text.size(), '?');
+    }
+    return conversion.Run(BytesOf(text), codePage.replacement, WideFaultLength);
+}
+
+WideString SystemCodePageToWide(std::string_view bytes) {
+    const SystemCodePage &codePage = TheSystemCodePage();
+    if (codePage.keepsAscii && IsAscii(bytes)) {
+        return WideString(bytes.begin(), bytes.end());
+    }
+    return Decode(codePage.codeset.c_str(), bytes);
+}
+
+WideString Utf8ToWide(std::string_view bytes) {
+    if (IsAscii(bytes)) {
+        return WideString(bytes.begin(), bytes.end());
+    }
+    return Decode(Utf8Name, bytes);
+}
+
+}  // namespace SMTPClientNS

@@ -1,0 +1,128 @@
+#include "platform/completion_queue.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <new>
+#include <utility>
+
+#include "platform/process.h"
+#include "platform/thread_slot.h"
+
+namespace SMTPClientNS {
+namespace {
+
+struct Holder {
+    std::shared_ptr<CCompletionQueue> queue;
+    std::uint32_t generation;
+};
+
+// The counter is 0 or 1 and the descriptor does not block: with a descriptor neither call can fail
+// or be interrupted, and without one both do nothing.
+
+void Raise(const CUniqueFd &eventFd) {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(eventFd.Get(), &one, sizeof one);
+}
+
+void Lower(const CUniqueFd &eventFd) {
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t taken = ::read(eventFd.Get(), &count, sizeof count);
+}
+
+}  // namespace
+
+std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
+    static const CThreadSlot slot(EndThread);
+    auto *holder = static_cast<Holder *>(slot.Get());
+    if (holder != nullptr && holder->generation == ForkGeneration()) {
+        return holder->queue;
+    }
+    // A parent's holder is left alone: its lock may have been held by another thread at the fork.
+    auto fresh = std::make_unique<Holder>();
+    fresh->queue = std::make_shared<CCompletionQueue>();
+    fresh->generation = ForkGeneration();
+    if (!slot.Set(fresh.get())) {
+        throw std::bad_alloc();
+    }
+    return fresh.release()->queue;
+}
+
+void CCompletionQueue::EndThread(void *holder) {
+    const std::unique_ptr<Holder> ending(static_cast<Holder *>(holder));
+    if (ending->generation == ForkGeneration()) {
+        ending->queue->Close();
+    }
+}
+
+void CCompletionQueue::Post(Work work) {
+    const CLock lock(mutex);
+    if (closed) {
+        return;  // The work ends with the argument, behind the lock.
+    }
+    waiting.push_back(std::move(work));
+    if (waiting.size() == 1) {
+        Raise(eventFd);
+    }
+    hasWork.notify_one();
+}
+
+int CCompletionQueue::Descriptor() {
+    const CLock lock(mutex);
+    if (!eventFd) {
+        eventFd = CUniqueFd(::eventfd(waiting.empty() ? 0 : 1, EFD_CLOEXEC | EFD_NONBLOCK));
+    }
+    return eventFd.Get();
+}
+
+int CCompletionQueue::Dispatch() {
+    std::size_t limit = 0;
+    {
+        const CLock lock(mutex);
+        limit = waiting.size();
+    }
+    int handled = 0;
+    for (; limit > 0; --limit) {
+        const Work work = TakeFirst();
+        if (work == nullptr) {  // A dispatch inside this one has taken the rest.
+            break;
+        }
+        work->Run();
+        ++handled;
+    }
+    return handled;
+}
+
+void CCompletionQueue::WaitForWork(Deadline deadline) {
+    const CLock lock(mutex);
+    while (waiting.empty()) {
+        if (!deadline) {
+            hasWork.wait(mutex);
+        } else if (hasWork.wait_until(mutex, *deadline) == std::cv_status::timeout) {
+            return;
+        }
+    }
+}
+
+CCompletionQueue::Work CCompletionQueue::TakeFirst() {
+    const CLock lock(mutex);
+    if (waiting.empty()) {
+        return nullptr;
+    }
+    Work first = std::move(waiting.front());
+    waiting.pop_front();
+    if (waiting.empty()) {
+        Lower(eventFd);
+    }
+    return first;
+}
+
+void CCompletionQueue::Close() {
+    std::deque<Work> dropped;  // Ends behind the lock: ending work may end a client.
+    const CLock lock(mutex);
+    closed = true;
+    dropped.swap(waiting);
+}
+
+}  // namespace SMTPClientNS

@@ -1,0 +1,47 @@
+#ifndef PLATFORM_FILE_H
+#define PLATFORM_FILE_H
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "platform/text_types.h"
+#include "platform/unique_fd.h"
+
+namespace SMTPClientNS {
+
+/// Something exists at the path, of whatever kind.
+bool PathExists(const NarrowString &path);
+
+/// Something exists at the path that is no regular file: a folder, a pipe, a device.
+bool IsSpecialFile(const NarrowString &path);
+
+/// All bytes of a regular file, opened without sharing: the open fails while another open of the
+/// file, by this library or a program that cooperates, holds an exclusive flock, and keeps such
+/// an open from succeeding until the bytes are read.
+///
+/// None if the file cannot be opened so, is not regular (a pipe does not block the call), has
+/// sizeLimit bytes or more, or cannot be read.
+std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_t sizeLimit);
+
+/// A file that is open for writing under an exclusive flock, taken without waiting.
+class CExclusiveFile {
+public:
+    /// Creates the file, readable and writable for its owner alone, or empties it.
+    static CExclusiveFile Replace(const NarrowString &path);
+
+    /// Opens an existing file at its end.
+    static CExclusiveFile Append(const NarrowString &path);
+
+    bool IsOpen() const noexcept { return static_cast<bool>(descriptor); }
+
+    /// Writes all bytes. False if some were not written: a full disk, a pipe that nobody empties.
+    bool Write(std::string_view bytes) const;
+
+private:
+    CUniqueFd descriptor;
+};
+
+}  // namespace SMTPClientNS
+
+#endif  // PLATFORM_FILE_H

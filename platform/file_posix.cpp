@@ -1,0 +1,116 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace SMTPClientNS {
+namespace {
+
+/// Without blocking on a pipe that nobody has opened at its other end.
+CUniqueFd OpenFile(const NarrowString &path, int flags) {
+    constexpr mode_t OwnerAlone = S_IRUSR | S_IWUSR;
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerAlone);
+    } while (descriptor < 0 && errno == EINTR);
+    return CUniqueFd(descriptor);
+}
+
+/// A file system that knows no locks counts as one that nobody locks.
+bool Lock(const CUniqueFd &file, int kind) {
+    return ::flock(file.Get(), kind | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+bool IsPipe(const CUniqueFd &file) {
+    struct stat status = {};
+    return ::fstat(file.Get(), &status) != 0 || S_ISFIFO(status.st_mode);
+}
+
+bool Empty(const CUniqueFd &file) {
+    struct stat status = {};
+    return ::fstat(file.Get(), &status) == 0 &&
+           (!S_ISREG(status.st_mode) || ::ftruncate(file.Get(), 0) == 0);
+}
+
+}  // namespace
+
+void CloseDescriptor(int descriptor) noexcept {
+    const int reported = errno;
+    ::close(descriptor);  // Not repeated after EINTR: the number is free by then.
+    errno = reported;
+}
+
+bool PathExists(const NarrowString &path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+bool IsSpecialFile(const NarrowString &path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_t sizeLimit) {
+    const CUniqueFd file = OpenFile(path, O_RDONLY);
+    struct stat status = {};
+    if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        static_cast<std::uint64_t>(status.st_size) >= sizeLimit || !Lock(file, LOCK_SH)) {
+        return std::nullopt;
+    }
+    NarrowString content(static_cast<std::size_t>(status.st_size), '\0');
+    std::size_t filled = 0;
+    while (filled < content.size()) {
+        const ssize_t count = ::read(file.Get(), content.data() + filled, content.size() - filled);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return std::nullopt;
+        }
+        if (count == 0) {  // Cut short since its size was asked.
+            break;
+        }
+        filled += static_cast<std::size_t>(count);
+    }
+    content.resize(filled);
+    return content;
+}
+
+CExclusiveFile CExclusiveFile::Replace(const NarrowString &path) {
+    CExclusiveFile result;
+    CUniqueFd file = OpenFile(path, O_RDWR | O_CREAT);
+    // Emptied only under the lock: who holds it may be writing.
+    if (file && !IsPipe(file) && Lock(file, LOCK_EX) && Empty(file)) {
+        result.descriptor = std::move(file);
+    }
+    return result;
+}
+
+CExclusiveFile CExclusiveFile::Append(const NarrowString &path) {
+    CExclusiveFile result;
+    CUniqueFd file = OpenFile(path, O_RDWR);
+    if (file && Lock(file, LOCK_EX) && ::lseek(file.Get(), 0, SEEK_END) >= 0) {
+        result.descriptor = std::move(file);
+    }
+    return result;
+}
+
+bool CExclusiveFile::Write(std::string_view bytes) const {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor.Get(), bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+}  // namespace SMTPClientNS

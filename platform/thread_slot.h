@@ -1,0 +1,28 @@
+#ifndef PLATFORM_THREAD_SLOT_H
+#define PLATFORM_THREAD_SLOT_H
+
+namespace SMTPClientNS {
+
+/// A place for one pointer in every thread, given to a function of ours when the thread ends.
+///
+/// The thread that ends the process does not come there: what its place holds stays usable for
+/// whatever still runs then, static destructors included, which no thread_local object offers.
+/// Slots are made once and are never given back.
+class CThreadSlot {
+public:
+    /// end is called on the ending thread, with what its place holds, unless that is null.
+    explicit CThreadSlot(void (*end)(void *)) noexcept;
+
+    void *Get() const noexcept;
+
+    /// False if the system has no memory for it.
+    bool Set(void *value) const noexcept;
+
+private:
+    unsigned int key = 0;
+    bool made = false;
+};
+
+}  // namespace SMTPClientNS
+
+#endif  // PLATFORM_THREAD_SLOT_H
