@@ -1,0 +1,148 @@
+#include "compose/body_tree.h"
+
+#include <algorithm>
+
+#include <smtpclient/mime_message.h>
+
+#include "compose/charset_converter.h"
+#include "compose/text_conversion.h"
+
+namespace SMTPClientNS {
+namespace {
+
+constexpr const char *InlineDisposition = "Content-Disposition: inline";
+constexpr const char *AlternativeType = "multipart/alternative";
+constexpr const char *RelatedType = "multipart/related";
+constexpr const char *MixedType = "multipart/mixed";
+constexpr const char *HtmlType = "text/html; charset=";
+constexpr const char *TextType = "text/plain; charset=";
+constexpr const char *FileEncoding = "base64";
+
+// libcurl's refusals, which only a lack of memory brings about, are not looked at: each leaves at
+// most a part without content, and a null part is refused by every later call.
+
+const IMimeMessage *MessageOf(const ISmtpClient *client) {
+    return client != nullptr ? client->GetMessage() : nullptr;
+}
+
+void AddBodyPart(curl_mime *bodies, const char16_t *text, const NarrowString &charset,
+                 const char *typeHead) {
+    ConvertedText converted;
+    GetCharsetConverter().ConvertWideToCharset(charset, text, converted);
+    curl_mimepart *const part = curl_mime_addpart(bodies);
+    // Up to the first 0 byte; null, after a failed conversion, leaves the part empty.
+    curl_mime_data(part, converted.buffer.get(), CURL_ZERO_TERMINATED);
+    curl_mime_type(part, (typeHead + charset).c_str());
+}
+
+void AddFilePart(curl_mimepart *part, const NarrowString &path, std::vector<NarrowString> &files) {
+    curl_mime_filedata(part, path.c_str());
+    files.push_back(path);
+}
+
+void SetHeaders(curl_mimepart *part, std::initializer_list<const char *> lines) {
+    curl_slist *headers = nullptr;
+    for (const char *line : lines) {
+        curl_slist *const longer = curl_slist_append(headers, line);
+        if (longer == nullptr) {
+            break;
+        }
+        headers = longer;
+    }
+    constexpr int TakeOwnership = 1;
+    if (curl_mime_headers(part, headers, TakeOwnership) != CURLE_OK) {
+        curl_slist_free_all(headers);
+    }
+}
+
+curl_mimepart *Hang(curl_mime *root, curl_mime *subtree, const char *type) {
+    curl_mimepart *const part = curl_mime_addpart(root);
+    curl_mime_subparts(part, subtree);
+    curl_mime_type(part, type);
+    return part;
+}
+
+}  // namespace
+
+void AddBodyParts(curl_mime *root, curl_mime *bodies, const ISmtpClient *client) {
+    const IMimeMessage *const message = MessageOf(client);
+    if (message == nullptr) {
+        return;
+    }
+    const NarrowString charset = WideToAnsi(message->GetCharset());
+    const bool hasHtml = !IsEmpty(message->GetHtmlBody());
+    const bool hasText = !IsEmpty(message->GetTextBody());
+    if (hasHtml) {
+        AddBodyPart(bodies, message->GetHtmlBody(), charset, HtmlType);
+    }
+    if (hasText) {
+        AddBodyPart(bodies, message->GetTextBody(), charset, TextType);
+    }
+    if (hasHtml || hasText) {
+        SetHeaders(Hang(root, bodies, AlternativeType), {InlineDisposition});
+    }
+}
+
+void AddInlineImageParts(curl_mime *root, curl_mime *images, const ISmtpClient *client,
+                         std::vector<NarrowString> &files) {
+    const IMimeMessage *const message = MessageOf(client);
+    if (message == nullptr || IsEmpty(message->GetHtmlBody()) ||
+        message->GetInlineImageCount() == 0) {
+        return;
+    }
+    const auto count = static_cast<std::uint32_t>(message->GetInlineImageCount());
+    for (std::uint32_t index = 1; index <= count; ++index) {
+        const NarrowString path = WideToAnsi(message->GetInlineImagePath(index));
+        const NarrowString id = WideToAnsi(message->GetInlineImageId(index));
+        if (path.empty() || id.empty()) {
+            continue;
+        }
+        curl_mimepart *const part = curl_mime_addpart(images);
+        AddFilePart(part, path, files);
+        if (const char *type = ImageTypeForPath(path); *type != '\0') {
+            curl_mime_type(part, type);
+        }
+        SetHeaders(part, {("Content-ID: <" + id + ">").c_str(), InlineDisposition});
+        curl_mime_encoder(part, FileEncoding);
+    }
+    Hang(root, images, RelatedType);
+}
+
+void AddAttachmentParts(curl_mime *root, curl_mime *attachments, const ISmtpClient *client,
+                        std::vector<NarrowString> &files) {
+    const IMimeMessage *const message = MessageOf(client);
+    if (message == nullptr || message->GetAttachmentCount() == 0) {
+        return;
+    }
+    const auto count = static_cast<std::uint32_t>(message->GetAttachmentCount());
+    for (std::uint32_t index = 1; index <= count; ++index) {
+        const NarrowString path = WideToAnsi(message->GetAttachment(index));
+        if (path.empty()) {
+            continue;
+        }
+        curl_mimepart *const part = curl_mime_addpart(attachments);
+        AddFilePart(part, path, files);
+        curl_mime_encoder(part, FileEncoding);
+    }
+    Hang(root, attachments, MixedType);
+}
+
+const char *ImageTypeForPath(const NarrowString &path) {
+    const std::size_t dot = path.rfind('.');
+    if (dot == NarrowString::npos) {
+        return "";
+    }
+    NarrowString extension = path.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(), [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
+    });
+    if (extension == "bmp") {
+        return "image/bmp";
+    }
+    if (extension == "png") {
+        return "image/png";
+    }
+    return "";
+}
+
+}  // namespace SMTPClientNS

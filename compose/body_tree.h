@@ -1,0 +1,40 @@
+#ifndef COMPOSE_BODY_TREE_H
+#define COMPOSE_BODY_TREE_H
+
+#include <curl/curl.h>
+
+#include <vector>
+
+#include <smtpclient/smtp_client.h>
+
+#include "platform/text_types.h"
+
+namespace SMTPClientNS {
+
+/// The MIME structure of a message (RFC 2046): up to three siblings under root, in this order.
+///
+///     multipart/alternative    HTML body, then plain text body
+///     multipart/related        pictures, if there is an HTML body
+///     multipart/mixed          attachments
+///
+/// Each operation fills its subtree and hangs it under root, if the message has something for it;
+/// else the subtree stays as it is. Both trees stay the caller's. Nothing is reported: a body that
+/// cannot be converted becomes an empty part, and a file that cannot be read ends the transfer.
+///
+/// Files are read during the transfer, not here. The path of each is added to files, in the form
+/// that libcurl will open.
+
+void AddBodyParts(curl_mime *root, curl_mime *bodies, const ISmtpClient *client);
+
+void AddInlineImageParts(curl_mime *root, curl_mime *images, const ISmtpClient *client,
+                         std::vector<NarrowString> &files);
+
+void AddAttachmentParts(curl_mime *root, curl_mime *attachments, const ISmtpClient *client,
+                        std::vector<NarrowString> &files);
+
+/// The media type of a picture by the extension of its path; empty if it is libcurl's to choose.
+const char *ImageTypeForPath(const NarrowString &path);
+
+}  // namespace SMTPClientNS
+
+#endif  // COMPOSE_BODY_TREE_H

@@ -1,0 +1,76 @@
+#ifndef COMPOSE_CHARSET_CONVERTER_H
+#define COMPOSE_CHARSET_CONVERTER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include "platform/text_types.h"
+
+namespace SMTPClientNS {
+
+/// What a conversion gives.
+enum ConvertResult : std::int32_t {
+    ConvertDone = 1,
+    ConvertRefused = -1,   ///< No charset name or no text; no memory for the output.
+    ConvertNoMemory = -2,  ///< No memory for the working copy of the text.
+    ConvertUnknownCharset = -3,
+    ConvertFailed = -4,  ///< Stopped with some output written.
+};
+
+/// The outcome of a conversion. Behind size the buffer is zero, at least one byte of it, so that
+/// it also serves as 0-terminated text where the charset has no zero bytes.
+struct ConvertedText {
+    struct Freer {
+        void operator()(char *owned) const noexcept { std::free(owned); }
+    };
+
+    std::unique_ptr<char, Freer> buffer;  ///< Null unless the conversion was done.
+    std::size_t size = 0;                 ///< Bytes.
+
+    std::string_view Bytes() const { return {buffer.get(), size}; }
+};
+
+/// Converts UTF-16 to charsets named at run time. Keeps the descriptor of the last charset open, so
+/// that all pieces of a message share it; names are compared byte for byte. Characters that a
+/// charset lacks are dropped.
+class CCharsetConverter {
+public:
+    /// Starts with "utf-8" open in the strict form, in which a lone surrogate is a failure. Every
+    /// later opening drops it, one of "utf-8" too.
+    CCharsetConverter();
+    ~CCharsetConverter();
+    CCharsetConverter(const CCharsetConverter &) = delete;
+    CCharsetConverter &operator=(const CCharsetConverter &) = delete;
+
+    /// Converts 0-terminated text; a ConvertResult. Converted stays empty on any result but
+    /// ConvertDone. A text of nothing but characters that the charset lacks is done, with no bytes.
+    ///
+    /// No shift sequence is added behind the last character of a stateful charset.
+    std::int32_t ConvertWideToCharset(const NarrowString &charsetName, const char16_t *text,
+                                      ConvertedText &converted);
+
+private:
+    std::int32_t ConvertBuffer(std::string_view utf16, const NarrowString &charsetName,
+                               ConvertedText &converted);
+    bool Open(const NarrowString &charsetName);
+    bool IsOpen() const noexcept;
+    void Close() noexcept;
+    bool ConvertAll(std::string_view input, char *&output, std::size_t &outputLeft);
+
+    void *descriptor;          ///< iconv's, or its invalid value.
+    NarrowString charset;      ///< What descriptor converts to, without suffix; empty if invalid.
+    bool dropsFaults = false;  ///< The descriptor was opened with the suffix "//IGNORE".
+};
+
+/// The converter of the calling thread.
+CCharsetConverter &GetCharsetConverter();
+
+/// Tells the user of a failed conversion, and returns when the message box has been answered.
+void ReportConvertFailure(std::int32_t code);
+
+}  // namespace SMTPClientNS
+
+#endif  // COMPOSE_CHARSET_CONVERTER_H
