@@ -1,0 +1,108 @@
+#include "log/dialogue.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "log/trace_rows.h"
+
+namespace SMTPClientNS {
+namespace {
+
+constexpr const char *HiddenRow = "C: ****\n";
+constexpr std::string_view AuthCommand = "AUTH ";
+constexpr std::string_view HiddenInitialResponse = " ****";
+constexpr std::size_t ReplyCodeLength = 3;
+
+std::string_view WithoutLineEnd(std::string_view line) {
+    return line.substr(0, line.find_last_not_of("\r\n") + 1);
+}
+
+bool StartsLogin(std::string_view line) {
+    const std::string_view head = line.substr(0, AuthCommand.size());
+    return std::equal(head.begin(), head.end(), AuthCommand.begin(), AuthCommand.end(),
+                      [](char said, char upper) { return (said & ~0x20) == (upper & ~0x20); });
+}
+
+/// "AUTH PLAIN AGEAYg==" without what stands behind the mechanism.
+NarrowString WithoutInitialResponse(std::string_view line) {
+    const std::size_t behindMechanism = line.find(' ', AuthCommand.size());
+    NarrowString shown(line.substr(0, behindMechanism));
+    if (behindMechanism != std::string_view::npos) {
+        shown += HiddenInitialResponse;
+    }
+    return shown;
+}
+
+NarrowString Shown(std::string_view text) {
+    NarrowString shown(text);
+    std::replace_if(
+        shown.begin(), shown.end(), [](char byte) { return byte < 0x20 || byte > 0x7E; }, '.');
+    return shown;
+}
+
+}  // namespace
+
+void CDialogue::Clear() {
+    *this = CDialogue();
+}
+
+void CDialogue::ServerSaid(std::string_view line) {
+    AddMailRow();
+    AddRows(ServerLabel, line);
+    const std::string_view text = WithoutLineEnd(line);
+    if (openReply.empty()) {
+        openReply = Shown(text.substr(0, ReplyCodeLength));
+    }
+    if (text.size() > ReplyCodeLength + 1) {
+        openReply += ' ';
+        openReply += Shown(text.substr(ReplyCodeLength + 1));
+    }
+    const bool goesOn = text.size() > ReplyCodeLength && text[ReplyCodeLength] == '-';
+    if (goesOn) {
+        return;
+    }
+    lastReply = std::exchange(openReply, {});
+    const bool asksForMore = !lastReply.empty() && lastReply.front() == '3';
+    inLogin = inLogin && asksForMore;
+}
+
+void CDialogue::ClientSaid(std::string_view line) {
+    AddMailRow();
+    if (StartsLogin(line)) {
+        inLogin = true;
+        AddRows(ClientLabel, WithoutInitialResponse(WithoutLineEnd(line)));
+    } else if (inLogin) {
+        entries.emplace_back(HiddenRow);
+    } else {
+        AddRows(ClientLabel, line);
+    }
+}
+
+bool CDialogue::LastReplyIsRefusal() const noexcept {
+    return !lastReply.empty() && (lastReply.front() == '4' || lastReply.front() == '5');
+}
+
+std::deque<NarrowString> CDialogue::TakeEntries(NarrowString closingEntry) {
+    AddMailRow();
+    entries.push_back(std::move(closingEntry));
+    return std::exchange(entries, {});
+}
+
+void CDialogue::AddRows(char label, std::string_view text) {
+    NarrowString rows;
+    AppendTraceRows(label, text, rows);
+    for (std::size_t start = 0; start < rows.size();) {
+        const std::size_t end = rows.find('\n', start) + 1;
+        entries.push_back(rows.substr(start, end - start));
+        start = end;
+    }
+}
+
+void CDialogue::AddMailRow() {
+    if (mailSize != 0) {
+        entries.push_back("C: (mail text, " + std::to_string(mailSize) + " bytes)\n");
+        mailSize = 0;
+    }
+}
+
+}  // namespace SMTPClientNS

@@ -1,0 +1,41 @@
+#include "log/log_file.h"
+
+#include "compose/text_conversion.h"
+#include "platform/file.h"
+
+namespace SMTPClientNS {
+
+void WriteFileLines(const ClientLog &client, const WideString &path, bool append) {
+    const NarrowString narrowPath = WideToAnsi(path.c_str());
+    const CExclusiveFile file = append && PathExists(narrowPath)
+                                    ? CExclusiveFile::Append(narrowPath)
+                                    : CExclusiveFile::Replace(narrowPath);
+    if (!file.IsOpen()) {
+        return;
+    }
+    for (const NarrowString &chunk : client.fileLines.Bytes()) {
+        if (!file.Write(chunk)) {
+            return;
+        }
+    }
+}
+
+WideString JoinLogLines(const ClientLog &client) {
+    WideString text;
+    for (const NarrowString &line : client.logLines) {
+        WideString wide;
+        BytesToWide(line.c_str(), wide, SystemCodePage);
+        text += wide;
+    }
+    return text;
+}
+
+WideString LastLogLine(const ClientLog &client) {
+    WideString text;
+    if (!client.logLines.empty()) {
+        BytesToWide(client.logLines.back().c_str(), text, SystemCodePage);
+    }
+    return text;
+}
+
+}  // namespace SMTPClientNS
