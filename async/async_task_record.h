@@ -1,0 +1,48 @@
+#ifndef ASYNC_ASYNC_TASK_RECORD_H
+#define ASYNC_ASYNC_TASK_RECORD_H
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include <smtpclient/smtp_client.h>
+
+#include "async/nesting.h"
+#include "client/prepare_send.h"
+
+namespace SMTPClientNS {
+
+/// A counted reference on a client.
+class CClientReference {
+public:
+    explicit CClientReference(ISmtpClient *referred) : client(referred) { client->AddRef(); }
+    ~CClientReference() { client->Release(); }
+    CClientReference(const CClientReference &) = delete;
+    CClientReference &operator=(const CClientReference &) = delete;
+
+    ISmtpClient *operator->() const noexcept { return client; }
+    ISmtpClient *Get() const noexcept { return client; }
+
+private:
+    ISmtpClient *client;
+};
+
+/// One background send. Belongs to one stage at a time, and so needs no lock: to the caller of
+/// SendAsync, the worker, then the thread that reports, handed on through their queues.
+///
+/// Its end gives back the client's reference, which may end the client, and then the handles.
+struct AsyncTaskRecord {
+    explicit AsyncTaskRecord(ISmtpClient *sendingClient) : client(sendingClient) {}
+
+    SendHandles sendHandles;
+    CClientReference client;
+    std::unique_ptr<INesting> nesting;
+    std::int32_t taskId = 0;  ///< Set by the worker.
+    std::int32_t result = 0;  ///< Internal code, of the preparation, then of the transfer.
+    /// Set by the worker, whose it is: the transfer has to stop.
+    const std::atomic<bool> *stopRequested = nullptr;
+};
+
+}  // namespace SMTPClientNS
+
+#endif  // ASYNC_ASYNC_TASK_RECORD_H

@@ -1,0 +1,61 @@
+#include "client/send_handles.h"
+
+#include "platform/never_destroyed.h"
+#include "platform/thread_safety.h"
+#include "transport/curl_use.h"
+
+namespace SMTPClientNS {
+namespace {
+
+struct AbandonedHandles {
+    CMutex mutex;
+    std::vector<CURL *> handles GUARDED_BY(mutex);
+};
+
+/// Once the exit handlers of libcurl's libraries may have run, its connections cannot be closed any
+/// more. The handle stays reachable until the process is gone.
+void Abandon(CurlEasy handle) {
+    static CNeverDestroyed<AbandonedHandles> abandoned;
+    AbandonedHandles &keeper = abandoned.Get();
+    const CLock lock(keeper.mutex);
+    keeper.handles.push_back(handle.release());
+}
+
+}  // namespace
+
+SendHandles::~SendHandles() {
+    ReleaseSendHandles(*this);
+}
+
+void MakeSendHandles(SendHandles &handles) {
+    const CCurlUse use;
+    if (!use.IsGranted()) {
+        return;
+    }
+    handles.easyHandle = MakeEasyHandle();
+    handles.rootMime = MakeMime(handles.easyHandle);
+    handles.bodyMime = MakeMime(handles.easyHandle);
+    handles.imageMime = MakeMime(handles.easyHandle);
+    handles.attachmentMime = MakeMime(handles.easyHandle);
+}
+
+void ReleaseSendHandles(SendHandles &handles) {
+    if (handles.easyHandle == nullptr) {
+        return;
+    }
+    const CCurlUse use;
+    handles.recipientList.reset();
+    handles.headerList.reset();
+    handles.bodyMime.reset();
+    handles.imageMime.reset();
+    handles.attachmentMime.reset();
+    handles.rootMime.reset();
+    if (!use.IsGranted()) {
+        Abandon(std::move(handles.easyHandle));
+    }
+    handles.easyHandle.reset();
+    handles.senderAddress.clear();
+    handles.files.clear();
+}
+
+}  // namespace SMTPClientNS

@@ -1,0 +1,44 @@
+#ifndef CLIENT_SEND_HANDLES_H
+#define CLIENT_SEND_HANDLES_H
+
+#include <vector>
+
+#include "platform/text_types.h"
+#include "transport/curl_handles.h"
+
+namespace SMTPClientNS {
+
+/// The libcurl objects of one send, and what its transfer checks before it connects.
+///
+/// Members end in the reverse of their order here, and the order is a rule of libcurl's: a subtree
+/// before the tree that it hangs in (freeing it takes it out; the tree would free it a second
+/// time), the easy handle after everything that was set on it.
+struct SendHandles {
+    CurlEasy easyHandle;
+    CurlMime rootMime;        ///< The mail's body: the three below hang in it, or stand free.
+    CurlMime attachmentMime;  ///< Parts of multipart/mixed.
+    CurlMime imageMime;       ///< Parts of multipart/related.
+    CurlMime bodyMime;        ///< Parts of multipart/alternative.
+    CurlList recipientList;   ///< RCPT TO; libcurl works on the list itself.
+    CurlList headerList;      ///< The whole header block as one entry.
+
+    NarrowString senderAddress;       ///< MAIL FROM.
+    std::vector<NarrowString> files;  ///< Paths of what libcurl opens during the transfer.
+
+    SendHandles() = default;
+    ~SendHandles();
+    SendHandles(const SendHandles &) = delete;
+    SendHandles &operator=(const SendHandles &) = delete;
+};
+
+/// Makes the easy handle and the four mime handles in empty handles. Those that libcurl does not
+/// give stay null.
+void MakeSendHandles(SendHandles &handles);
+
+/// Frees everything and leaves the handles empty. Closes the connection without waiting for the
+/// server. Does nothing without an easy handle.
+void ReleaseSendHandles(SendHandles &handles);
+
+}  // namespace SMTPClientNS
+
+#endif  // CLIENT_SEND_HANDLES_H
