@@ -1,0 +1,122 @@
+#ifndef TESTS_SUPPORT_HOST_TOOLS_H
+#define TESTS_SUPPORT_HOST_TOOLS_H
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <smtpclient/smtpclient.h>
+
+namespace SMTPClientNS {
+
+template <typename T>
+struct Releaser {
+    void operator()(T *owned) const { owned->Release(); }
+};
+using Client = std::unique_ptr<ISmtpClient, Releaser<ISmtpClient>>;
+using Message = std::unique_ptr<IMimeMessage, Releaser<IMimeMessage>>;
+
+inline Client MakeClient() {
+    return Client(CreateSmtpClient());
+}
+inline Message MakeMessage() {
+    return Message(CreateMimeMessage());
+}
+
+/// A client that logs in without TLS at a loopback port.
+inline Client MakeClientFor(int port) {
+    Client client = MakeClient();
+    client->SetHost(u"127.0.0.1");
+    client->SetPort(port);
+    client->SetUseTls(false);
+    client->SetUserName(u"user");
+    client->SetPassword(u"pass");
+    return client;
+}
+
+/// From a@example.org to b@example.org, with a text body.
+inline Message MakeSmallMessage() {
+    Message message = MakeMessage();
+    message->SetSender(u"a@example.org", nullptr);
+    message->AddRecipient(u"b@example.org", nullptr);
+    message->SetTextBody(u"hello\r\n");
+    return message;
+}
+
+/// ASCII to UTF-16.
+inline std::u16string Wide(const std::string &text) {
+    return {text.begin(), text.end()};
+}
+
+/// UTF-16 to ASCII, with a question mark for the rest.
+inline std::string Narrow(const std::u16string &text) {
+    std::string narrow;
+    for (const char16_t unit : text) {
+        narrow += unit < 0x80 ? static_cast<char>(unit) : '?';
+    }
+    return narrow;
+}
+
+/// A folder that goes with its content.
+class CTemporaryFolder {
+public:
+    CTemporaryFolder() {
+        std::string pattern = std::filesystem::temp_directory_path() / "smtpclient-test-XXXXXX";
+        path = ::mkdtemp(pattern.data());
+    }
+    ~CTemporaryFolder() { std::filesystem::remove_all(path); }
+    CTemporaryFolder(const CTemporaryFolder &) = delete;
+    CTemporaryFolder &operator=(const CTemporaryFolder &) = delete;
+
+    std::string PathOf(const std::string &name) const { return path / name; }
+    std::u16string WidePathOf(const std::string &name) const { return Wide(PathOf(name)); }
+
+    /// Writes a file and gives its path.
+    std::u16string Write(const std::string &name, const std::string &content) const {
+        std::ofstream(path / name, std::ios::binary) << content;
+        return WidePathOf(name);
+    }
+
+    /// A file's content; empty if there is none.
+    std::string Read(const std::string &name) const {
+        std::ostringstream content;
+        content << std::ifstream(path / name, std::ios::binary).rdbuf();
+        return content.str();
+    }
+
+private:
+    std::filesystem::path path;
+};
+
+/// Keeps what it is told.
+class CRecordingSink final : public ICompletionSink {
+public:
+    struct Report {
+        std::int32_t taskId;
+        std::int32_t code;
+        std::u16string text;
+    };
+
+    void OnSendComplete(std::int32_t taskId, std::int32_t code, const char16_t *text) override {
+        reports.push_back({taskId, code, text});
+    }
+
+    /// Dispatches until that many reports have come; false after a minute.
+    bool WaitForReports(std::size_t count) const {
+        constexpr int LongestWaitMs = 60000;
+        while (reports.size() < count && SmtpClientWaitEvents(LongestWaitMs) > 0) {
+        }
+        return reports.size() >= count;
+    }
+
+    std::vector<Report> reports;
+};
+
+}  // namespace SMTPClientNS
+
+#endif  // TESTS_SUPPORT_HOST_TOOLS_H
