@@ -59,8 +59,8 @@ private:
     std::string ActionAt(const std::string &step, const std::string &usualReply);
     bool PassGate();
 
-    int listener;
     int port = 0;
+    int listener;
     std::mutex mutex;
     std::condition_variable changed;
     std::map<std::string, std::string> script;
