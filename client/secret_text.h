@@ -1,8 +1,10 @@
 #ifndef CLIENT_SECRET_TEXT_H
 #define CLIENT_SECRET_TEXT_H
 
+#include <string_view>
+#include <vector>
+
 #include "platform/process.h"
-#include "platform/text_types.h"
 
 namespace SMTPClientNS {
 
@@ -10,23 +12,29 @@ namespace SMTPClientNS {
 class CSecretText {
 public:
     CSecretText() = default;
-    ~CSecretText() { Wipe(); }
+    ~CSecretText() { Wipe(units); }
     CSecretText(const CSecretText &) = delete;
     CSecretText &operator=(const CSecretText &) = delete;
 
-    void Set(const char16_t *value) {
-        WideString fresh(value);  // Before the old text goes: value may point into it.
-        Wipe();
-        text = std::move(fresh);
-        WipeMemory(fresh.data(), fresh.capacity() * sizeof(char16_t));
+    void Set(std::u16string_view value) {
+        Units replaced(value.size() + 1, u'\0');  // At its full size at once: no copy stays behind.
+        value.copy(replaced.data(), value.size());
+        units.swap(replaced);
+        Wipe(replaced);
     }
 
-    const WideString &Get() const noexcept { return text; }
+    /// 0-terminated; until the next Set.
+    const char16_t *Get() const noexcept { return units.data(); }
 
 private:
-    void Wipe() noexcept { WipeMemory(text.data(), text.capacity() * sizeof(char16_t)); }
+    /// No string: a short one would lie in the object itself and leave traces where it is moved.
+    using Units = std::vector<char16_t>;
 
-    WideString text;
+    static void Wipe(Units &units) noexcept {
+        WipeMemory(units.data(), units.size() * sizeof(char16_t));
+    }
+
+    Units units = {u'\0'};
 };
 
 }  // namespace SMTPClientNS

@@ -13,8 +13,8 @@ bool FitsProxyValue(const char16_t *text) {
     return std::u16string_view(text).size() < static_cast<std::size_t>(ProxyValueCapacity);
 }
 
-void CopyOut(const WideString &text, char16_t *buffer) {
-    std::copy_n(text.c_str(), text.size() + 1, buffer);
+void CopyOut(std::u16string_view text, char16_t *buffer) {
+    *std::copy(text.begin(), text.end(), buffer) = u'\0';
 }
 
 WideString DecimalText(std::int32_t number) {
@@ -167,14 +167,14 @@ void CSmtpClientWrapper::SetPassword(const char16_t *text) {
     password.Set(text);
 }
 const char16_t *CSmtpClientWrapper::GetPassword() const {
-    return password.Get().c_str();
+    return password.Get();
 }
 
 void CSmtpClientWrapper::SetBearerToken(const char16_t *text) {
     bearerToken.Set(text);
 }
 const char16_t *CSmtpClientWrapper::GetBearerToken() const {
-    return bearerToken.Get().c_str();
+    return bearerToken.Get();
 }
 
 void CSmtpClientWrapper::SetHost(const char16_t *text) {
@@ -184,8 +184,8 @@ const char16_t *CSmtpClientWrapper::GetHost() const {
     return host.c_str();
 }
 
-void CSmtpClientWrapper::SetPort(std::int32_t number) {
-    port = number;
+void CSmtpClientWrapper::SetPort(std::int32_t portNumber) {
+    port = portNumber;
 }
 std::int32_t CSmtpClientWrapper::GetPort() const {
     return port;

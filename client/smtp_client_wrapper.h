@@ -31,8 +31,8 @@ public:
     void SetLogFile(const char16_t *path, bool append) override;
     const char16_t *GetLastLogEntry() override;
     std::int32_t GetLastResult() const override;
-    std::int32_t SetProxy(const char16_t *host, std::int32_t port, std::int32_t type,
-                          const char16_t *userName, const char16_t *password) override;
+    std::int32_t SetProxy(const char16_t *proxyHost, std::int32_t proxyPort, std::int32_t type,
+                          const char16_t *proxyUser, const char16_t *proxyPassword) override;
     void GetProxyValue(char16_t *buffer, std::int32_t index) const override;
     void SetProxyEnabled(bool enabled) override;
     bool IsProxyEnabled() const override;
@@ -56,11 +56,11 @@ public:
     const char16_t *GetBearerToken() const override;
     void SetHost(const char16_t *text) override;
     const char16_t *GetHost() const override;
-    void SetPort(std::int32_t port) override;
+    void SetPort(std::int32_t portNumber) override;
     std::int32_t GetPort() const override;
     void AddRef() override;
     void Release() override;
-    void SetMessage(IMimeMessage *message) override;
+    void SetMessage(IMimeMessage *toSend) override;
     IMimeMessage *GetMessage() const override;
 
 private:

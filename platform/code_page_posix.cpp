@@ -2,11 +2,11 @@
 
 #include <iconv.h>
 #include <langinfo.h>
-#include <locale.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 
@@ -165,7 +165,8 @@ const SystemCodePage &TheSystemCodePage() {
 WideString Decode(const char *codeset, std::string_view bytes) {
     const CConversion conversion(Utf16Name, codeset);
     if (!conversion.IsOpen()) {  // Out of descriptors or memory: nothing is known of the bytes.
-        return WideString(bytes.size(), u'\uFFFD');
+        WideString undecoded(bytes.size(), u'\uFFFD');
+        return undecoded;
     }
     return WideFromBytes(conversion.Run(bytes, ReplacementUtf16, ByteFaultLength));
 }
@@ -175,11 +176,12 @@ WideString Decode(const char *codeset, std::string_view bytes) {
 NarrowString WideToSystemCodePage(std::u16string_view text) {
     const SystemCodePage &codePage = TheSystemCodePage();
     if (codePage.keepsAscii && IsAscii(text)) {
-        return NarrowString(text.begin(), text.end());
+        return {text.begin(), text.end()};
     }
     const CConversion conversion(codePage.codeset.c_str(), Utf16Name);
     if (!conversion.IsOpen()) {
-        return NarrowString(text.size(), '?');
+        NarrowString unconverted(text.size(), '?');
+        return unconverted;
     }
     return conversion.Run(BytesOf(text), codePage.replacement, WideFaultLength);
 }
@@ -187,14 +189,14 @@ NarrowString WideToSystemCodePage(std::u16string_view text) {
 WideString SystemCodePageToWide(std::string_view bytes) {
     const SystemCodePage &codePage = TheSystemCodePage();
     if (codePage.keepsAscii && IsAscii(bytes)) {
-        return WideString(bytes.begin(), bytes.end());
+        return {bytes.begin(), bytes.end()};
     }
     return Decode(codePage.codeset.c_str(), bytes);
 }
 
 WideString Utf8ToWide(std::string_view bytes) {
     if (IsAscii(bytes)) {
-        return WideString(bytes.begin(), bytes.end());
+        return {bytes.begin(), bytes.end()};
     }
     return Decode(Utf8Name, bytes);
 }

@@ -17,7 +17,7 @@ WideString UserLocaleName() {
             return {};
         }
         std::replace(name.begin(), name.end(), '_', '-');
-        return WideString(name.begin(), name.end());
+        return {name.begin(), name.end()};
     }
     return {};
 }

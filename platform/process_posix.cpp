@@ -1,10 +1,10 @@
 #include "platform/process.h"
 
 #include <pthread.h>
-#include <string.h>
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 
 namespace SMTPClientNS {
 namespace {

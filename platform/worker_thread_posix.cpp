@@ -1,9 +1,9 @@
 #include "platform/worker_thread.h"
 
 #include <pthread.h>
-#include <signal.h>
 
 #include <condition_variable>
+#include <csignal>
 #include <cstdint>
 #include <utility>
 

@@ -112,13 +112,16 @@ void ApplyBearerToken(CURL *handle, const ISmtpClient &client) {
     }
 }
 
+/// CURLOPT_SSLVERSION takes the lowest version in its low 16 bits, the highest in those above.
+constexpr long Pinned(long version) {
+    return version << 16U | version;
+}
+
 void ApplyTlsVersion(CURL *handle, std::int32_t version) {
     constexpr std::array<long, 5> curlVersions = {
-        CURL_SSLVERSION_DEFAULT,
-        CURL_SSLVERSION_TLSv1_0 | CURL_SSLVERSION_MAX_TLSv1_0,
-        CURL_SSLVERSION_TLSv1_1 | CURL_SSLVERSION_MAX_TLSv1_1,
-        CURL_SSLVERSION_TLSv1_2 | CURL_SSLVERSION_MAX_TLSv1_2,
-        CURL_SSLVERSION_TLSv1_3 | CURL_SSLVERSION_MAX_TLSv1_3,
+        CURL_SSLVERSION_DEFAULT,         Pinned(CURL_SSLVERSION_TLSv1_0),
+        Pinned(CURL_SSLVERSION_TLSv1_1), Pinned(CURL_SSLVERSION_TLSv1_2),
+        Pinned(CURL_SSLVERSION_TLSv1_3),
     };
     if (version >= TlsDefault && version <= Tls13) {
         curl_easy_setopt(handle, CURLOPT_SSLVERSION,

@@ -48,7 +48,7 @@ bool InitialiseOnce() noexcept {
 
 }  // namespace
 
-CCurlUse::CCurlUse() noexcept : granted(false) {
+CCurlUse::CCurlUse() noexcept {
     ++usesOfThisThread;
     uses.fetch_add(1);
     // Asked behind the count: the exit handler either sees this use or is seen by it.

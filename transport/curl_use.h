@@ -23,7 +23,7 @@ public:
     bool IsGranted() const noexcept { return granted; }
 
 private:
-    bool granted;
+    bool granted = false;
 };
 
 /// The process is ending: a running transfer has to stop.

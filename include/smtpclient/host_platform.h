@@ -47,8 +47,8 @@ SMTPCLIENT_API int SmtpClientWaitEvents(int timeoutMs);
 ///
 /// Runs on the thread that composes a mail, inside Send or SendAsync, and may block it until the
 /// user has answered. Must not throw.
-typedef void (*SmtpClientMessageBox)(const char16_t *text, const char16_t *caption,
-                                     std::uint32_t style, void *context);
+using SmtpClientMessageBox = void (*)(const char16_t *text, const char16_t *caption,
+                                      std::uint32_t style, void *context);
 
 /// Sets what shows message boxes, for the whole process. Null restores the default: one line on the
 /// standard error stream, caption then text.
