@@ -1,5 +1,7 @@
 #include "async/async_task.h"
 
+#include <new>
+
 #include <smtpclient/completion_sink.h>
 
 #include "client/prepare_send.h"
@@ -12,8 +14,13 @@ namespace {
 class CNestingImp final : public INesting {
 public:
     void Prepare() override {
-        MakeSendHandles(record->sendHandles);
-        record->result = PrepareSend(record->sendHandles, record->client.Get());
+        try {
+            GetResultCatalogue();  // At its first use it takes memory, which Finish must not lack.
+            MakeSendHandles(record->sendHandles);
+            record->result = PrepareSend(record->sendHandles, record->client.Get());
+        } catch (const std::bad_alloc &) {
+            record->result = CURLE_OUT_OF_MEMORY;
+        }
     }
 
     void Perform() override {
@@ -28,26 +35,38 @@ public:
         if (sink == nullptr) {
             return;
         }
-        const ResultCatalogue &catalogue = GetResultCatalogue();
-        WideString text;
-        BytesToWide(GetResultText(catalogue, record->result), text, SystemCodePage);
-        sink->OnSendComplete(record->taskId, GetPublicCode(catalogue, record->result),
-                             text.c_str());
+        sink->OnSendComplete(record->taskId, GetPublicCode(GetResultCatalogue(), record->result),
+                             TextFor(record->result).c_str());
     }
 
     void SetTaskData(AsyncTaskRecord *task) override { record = task; }
     AsyncTaskRecord *GetTaskData() const override { return record; }
 
 private:
+    /// Empty where memory has run out: the code alone is told then.
+    static WideString TextFor(std::int32_t result) {
+        WideString text;
+        try {
+            BytesToWide(GetResultText(GetResultCatalogue(), result), text, SystemCodePage);
+        } catch (const std::bad_alloc &) {
+            text.clear();
+        }
+        return text;
+    }
+
     AsyncTaskRecord *record = nullptr;
 };
 
 }  // namespace
 
 std::int32_t CAsyncTask::ExecuteTask(ISmtpClient *client) {
-    auto record = std::make_unique<AsyncTaskRecord>(client);
-    record->nesting = std::make_unique<CNestingImp>();
-    return thread.StartTask(std::move(record));
+    try {
+        auto record = std::make_unique<AsyncTaskRecord>(client);
+        record->nesting = std::make_unique<CNestingImp>();
+        return thread.StartTask(std::move(record));
+    } catch (const std::bad_alloc &) {
+        return -1;
+    }
 }
 
 }  // namespace SMTPClientNS

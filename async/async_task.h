@@ -12,8 +12,9 @@ namespace SMTPClientNS {
 /// A client's background sends.
 class CAsyncTask {
 public:
-    /// Composes the client's mail now and sends it in the background; returns the task id. The task
-    /// holds a reference on the client until it has been reported or removed.
+    /// Composes the client's mail now and sends it in the background; returns the task id, or -1 if
+    /// there is no memory to queue it. The task holds a reference on the client until it has been
+    /// reported or removed.
     std::int32_t ExecuteTask(ISmtpClient *client);
 
     /// Takes queued tasks back; as ISmtpClient::CancelAsync.

@@ -2,7 +2,6 @@
 
 #include <condition_variable>
 #include <deque>
-#include <exception>
 #include <map>
 #include <utility>
 
@@ -13,14 +12,13 @@ namespace SMTPClientNS {
 namespace {
 
 using TaskRecord = std::unique_ptr<AsyncTaskRecord>;
-using TaskTable = std::map<std::int32_t, TaskRecord>;
 
 constexpr std::chrono::milliseconds LongestWaitForWorker(1000);
 
-/// A task whose transfer has ended, on its way to the thread that reports.
+/// A task's last stage, on the thread that reports.
 class CTaskDone final : public IQueuedWork {
 public:
-    explicit CTaskDone(TaskRecord ended) : record(std::move(ended)) {}
+    explicit CTaskDone(TaskRecord toReport) : record(std::move(toReport)) {}
 
     void Run() override {
         // Kept apart from the record, whose end may end the client and more.
@@ -32,6 +30,18 @@ public:
 private:
     TaskRecord record;
 };
+
+/// A task and, made ahead, what carries it to its last stage: the worker needs no memory.
+struct Task {
+    AsyncTaskRecord *record = nullptr;  ///< Inside report.
+    CCompletionQueue::Entry report;
+
+    Task() = default;
+    explicit Task(TaskRecord toRun)
+        : record(toRun.get()),
+          report(CCompletionQueue::MakeEntry(std::make_unique<CTaskDone>(std::move(toRun)))) {}
+};
+using TaskTable = std::map<std::int32_t, Task>;
 
 }  // namespace
 
@@ -46,22 +56,23 @@ public:
         }
     }
 
-    void Queue(std::int32_t taskId, TaskRecord record) {
+    void Queue(std::int32_t taskId, Task task) {
         const CLock lock(mutex);
-        tasks.emplace(taskId, std::move(record));
-        messages.push_back(taskId);
+        messages.push_back(taskId);  // First: one without its task is harmless.
+        tasks.emplace(taskId, std::move(task));
         hasMessage.notify_one();
     }
 
-    TaskRecord Take(std::int32_t taskId) {
+    /// The task of that id; an empty one if it is not queued (any more).
+    Task Take(std::int32_t taskId) {
         const CLock lock(mutex);
         const auto found = tasks.find(taskId);
         if (found == tasks.end()) {
-            return nullptr;
+            return {};
         }
-        TaskRecord record = std::move(found->second);
+        Task task = std::move(found->second);
         tasks.erase(found);
-        return record;
+        return task;
     }
 
     TaskTable TakeAll() {
@@ -72,34 +83,33 @@ public:
     void Stop() {
         stopRequested.store(true);
         const CLock lock(mutex);
-        messages.push_back(StopWorker);
         hasMessage.notify_one();
     }
 
-    /// The next task to run; null when the worker has to leave. Waits for either.
-    TaskRecord WaitForTask() {
+    /// The next task to run; an empty one when the worker has to leave. Waits for either.
+    Task WaitForTask() {
         for (;;) {
             const std::int32_t taskId = WaitForMessage();
             if (taskId == StopWorker) {
-                return nullptr;
+                return {};
             }
             // Gone if it was removed since its message was posted.
-            if (TaskRecord record = Take(taskId)) {
-                record->taskId = taskId;
-                record->stopRequested = &stopRequested;
-                return record;
+            if (Task task = Take(taskId); task.record != nullptr) {
+                task.record->taskId = taskId;
+                task.record->stopRequested = &stopRequested;
+                return task;
             }
         }
     }
 
-    void PostDone(TaskRecord record) {
+    void Report(Task task) noexcept {
         std::shared_ptr<CCompletionQueue> queue;
         {
             const CLock lock(mutex);
             queue = doneQueue;
         }
         if (queue != nullptr) {
-            queue->Post(std::make_unique<CTaskDone>(std::move(record)));
+            queue->Post(std::move(task.report));
         }
     }
 
@@ -108,8 +118,11 @@ private:
 
     std::int32_t WaitForMessage() {
         const CLock lock(mutex);
-        while (messages.empty()) {
+        while (messages.empty() && !stopRequested.load()) {
             hasMessage.wait(mutex);
+        }
+        if (stopRequested.load()) {
+            return StopWorker;
         }
         const std::int32_t message = messages.front();
         messages.pop_front();
@@ -145,8 +158,8 @@ std::int32_t CAsyncThread::StartTask(std::unique_ptr<AsyncTaskRecord> record) {
     INesting &nesting = *record->nesting;
     nesting.SetTaskData(record.get());
     nesting.Prepare();
-    shared->Queue(++lastTaskId, std::move(record));
-    return lastTaskId;
+    shared->Queue(lastTaskId + 1, Task(std::move(record)));
+    return ++lastTaskId;
 }
 
 std::int32_t CAsyncThread::RemoveTask(std::int32_t taskId) {
@@ -154,7 +167,7 @@ std::int32_t CAsyncThread::RemoveTask(std::int32_t taskId) {
         return -1;
     }
     if (taskId != 0) {
-        return shared->Take(taskId) != nullptr ? 1 : -1;
+        return shared->Take(taskId).record != nullptr ? 1 : -1;
     }
     TaskTable removed = shared->TakeAll();
     if (removed.empty()) {
@@ -167,13 +180,9 @@ std::int32_t CAsyncThread::RemoveTask(std::int32_t taskId) {
 }
 
 void CAsyncThread::WorkerLoop(CSharedState &state) noexcept {
-    while (TaskRecord record = state.WaitForTask()) {
-        record->nesting->Perform();
-        try {
-            state.PostDone(std::move(record));
-        } catch (const std::exception &) {
-            // No memory for the report: the task has been released instead.
-        }
+    for (Task task = state.WaitForTask(); task.record != nullptr; task = state.WaitForTask()) {
+        task.record->nesting->Perform();
+        state.Report(std::move(task));
     }
 }
 

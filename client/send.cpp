@@ -1,3 +1,5 @@
+#include <new>
+
 #include "client/prepare_send.h"
 #include "client/smtp_client_wrapper.h"
 #include "log/log_file.h"
@@ -10,23 +12,34 @@ std::int32_t CSmtpClientWrapper::Send() {
     log.lastResult = NothingToSend;
     log.replacedResult.reset();
     ReleaseSendHandles(sendHandles);
-    MakeSendHandles(sendHandles);
-    ClearLogStores(log);
-    trace.SwitchOn(sendHandles.easyHandle.get());
-    const std::int32_t preparation = PrepareSend(sendHandles, this);
-    log.lastResult = preparation;
-    if (preparation == 0) {
-        RunTransfer();
-    }
+    const std::int32_t preparation = Prepare();
+    const std::int32_t code = preparation == 0 ? PerformTransfer(sendHandles) : preparation;
     trace.Finish();
-    const std::int32_t code = log.replacedResult.value_or(log.lastResult);
-    log.logLines = trace.Dialogue().TakeEntries(ClosingEntry(code));
+    log.lastResult = code;
+    try {
+        if (preparation == 0) {
+            LogTransfer();
+        }
+        log.logLines = trace.Dialogue().TakeEntries(ClosingEntry(code));
+    } catch (const std::bad_alloc &) {
+        // The log is lost. What became of the mail is not.
+    }
     return GetPublicCode(GetResultCatalogue(), code);
 }
 
-void CSmtpClientWrapper::RunTransfer() {
-    log.lastResult = PerformTransfer(sendHandles);
-    trace.Finish();
+std::int32_t CSmtpClientWrapper::Prepare() {
+    try {
+        GetResultCatalogue();  // At its first use it takes memory, which the end must not lack.
+        MakeSendHandles(sendHandles);
+        ClearLogStores(log);
+        trace.SwitchOn(sendHandles.easyHandle.get());
+        return PrepareSend(sendHandles, this);
+    } catch (const std::bad_alloc &) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+}
+
+void CSmtpClientWrapper::LogTransfer() {
     if (logFilePath.empty()) {
         HandOverTrace(trace);
         return;

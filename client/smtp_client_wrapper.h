@@ -66,7 +66,8 @@ public:
 private:
     ~CSmtpClientWrapper() override = default;
 
-    void RunTransfer();
+    std::int32_t Prepare();
+    void LogTransfer();
     NarrowString ClosingEntry(std::int32_t code) const;
 
     IMimeMessage *message = nullptr;            // The host's.

@@ -3,7 +3,7 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <memory>
 #include <optional>
 
@@ -27,13 +27,17 @@ public:
 class CCompletionQueue {
 public:
     using Work = std::unique_ptr<IQueuedWork>;
+    /// One piece of work and its place in a queue: who makes it ahead can post without memory.
+    using Entry = std::list<Work>;
     using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
     static std::shared_ptr<CCompletionQueue> ForThisThread();
 
+    static Entry MakeEntry(Work work);
+
     /// Any thread. Never blocks for longer than another operation moves one entry. Once the owning
     /// thread has ended, the work is dropped at once, on the calling thread.
-    void Post(Work work);
+    void Post(Entry entry) noexcept;
 
     /// Owning thread only. Polls readable for exactly as long as the queue holds work; closed by
     /// the last holder of the queue. -1 with errno set if the system gives none; the next call
@@ -56,7 +60,7 @@ private:
 
     CMutex mutex;
     std::condition_variable_any hasWork;
-    std::deque<Work> waiting GUARDED_BY(mutex);
+    std::list<Work> waiting GUARDED_BY(mutex);
     CUniqueFd eventFd GUARDED_BY(mutex);
     bool closed GUARDED_BY(mutex) = false;
 };

@@ -56,15 +56,21 @@ void CCompletionQueue::EndThread(void *holder) {
     }
 }
 
-void CCompletionQueue::Post(Work work) {
+CCompletionQueue::Entry CCompletionQueue::MakeEntry(Work work) {
+    Entry entry;
+    entry.push_back(std::move(work));
+    return entry;
+}
+
+void CCompletionQueue::Post(Entry entry) noexcept {
     const CLock lock(mutex);
     if (closed) {
         return;  // The work ends with the argument, behind the lock.
     }
-    waiting.push_back(std::move(work));
-    if (waiting.size() == 1) {
+    if (waiting.empty()) {
         Raise(eventFd);
     }
+    waiting.splice(waiting.end(), entry);
     hasWork.notify_one();
 }
 
@@ -119,7 +125,7 @@ CCompletionQueue::Work CCompletionQueue::TakeFirst() {
 }
 
 void CCompletionQueue::Close() {
-    std::deque<Work> dropped;  // Ends behind the lock: ending work may end a client.
+    std::list<Work> dropped;  // Ends behind the lock: ending work may end a client.
     const CLock lock(mutex);
     closed = true;
     dropped.swap(waiting);

@@ -91,6 +91,7 @@ public:
     /// Returns the send's task id: 1, 2, 3 ... for each client. A send that cannot start (no
     /// sender, say) gets an id, too, and reports its failure to the sink. When the call has
     /// returned, the message may change or end; only attached files and pictures are read later.
+    /// Where memory runs out before the send is queued, the call returns -1 and nothing is sent.
     ///
     /// Sends of one client run one after the other. The reports come on the thread of the
     /// client's first SendAsync, when that thread dispatches its events (host_platform.h).
