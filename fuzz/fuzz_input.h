@@ -1,0 +1,68 @@
+#ifndef FUZZ_FUZZ_INPUT_H
+#define FUZZ_FUZZ_INPUT_H
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+
+namespace SMTPClientNS {
+
+/// Ends the run where the code under test breaks its word.
+inline void Require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+/// Takes values off the front of a fuzzer's bytes; past their end everything is zero or empty.
+class CFuzzInput {
+public:
+    CFuzzInput(const std::uint8_t *data, std::size_t size)
+        : rest(reinterpret_cast<const char *>(data), size) {}
+
+    bool IsEmpty() const { return rest.empty(); }
+
+    std::uint8_t Byte() {
+        const auto byte = rest.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(rest.front());
+        rest.remove_prefix(rest.empty() ? 0 : 1);
+        return byte;
+    }
+
+    std::int32_t Number() {
+        std::int32_t number = 0;
+        const std::string_view bytes = Take(sizeof number);
+        std::memcpy(&number, bytes.data(), bytes.size());
+        return number;
+    }
+
+    std::string_view Take(std::size_t size) {
+        const std::string_view taken = rest.substr(0, std::min(size, rest.size()));
+        rest.remove_prefix(taken.size());
+        return taken;
+    }
+
+    std::string_view Rest() { return Take(rest.size()); }
+
+    /// Up to 255 bytes of UTF-16 without a zero unit.
+    std::u16string Text() { return Units(Take(Byte())); }
+    std::u16string RestOfText() { return Units(Rest()); }
+
+private:
+    static std::u16string Units(std::string_view bytes) {
+        std::u16string text(bytes.size() / 2, u'\0');
+        std::memcpy(text.data(), bytes.data(), text.size() * 2);
+        text.resize(std::min(text.size(), text.find(u'\0')));
+        return text;
+    }
+
+    std::string_view rest;
+};
+
+}  // namespace SMTPClientNS
+
+#endif  // FUZZ_FUZZ_INPUT_H
