@@ -67,7 +67,9 @@ private:
         const std::string verb = inLogin ? "LOGIN" : VerbOf(command);
         {
             const std::lock_guard<std::mutex> lock(server.mutex);
-            server.commands.push_back(command);
+            if (!server.keeper) {
+                server.commands.push_back(command);
+            }
             ++server.counts[verb];
             server.changed.notify_all();
         }
@@ -98,7 +100,11 @@ private:
         for (std::optional<std::string> line = ReadLine(); line; line = ReadLine()) {
             if (*line == ".") {
                 const std::lock_guard<std::mutex> lock(server.mutex);
-                server.mails.push_back(std::exchange(mail, {}));
+                if (server.keeper) {
+                    server.keeper(mail);
+                } else {
+                    server.mails.push_back(std::exchange(mail, {}));
+                }
                 ++server.counts["END"];
                 server.changed.notify_all();
                 break;
@@ -187,9 +193,8 @@ CSmtpServer::~CSmtpServer() {
         }
     }
     acceptor.join();
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    std::unique_lock<std::mutex> lock(mutex);
+    changed.wait(lock, [this] { return connections.empty(); });
     ::close(listener);
 }
 
@@ -204,12 +209,13 @@ void CSmtpServer::AcceptLoop() {
         const int atOnce = 1;
         ::setsockopt(accepted, IPPROTO_TCP, TCP_NODELAY, &atOnce, sizeof atOnce);
         connections.push_back(accepted);
-        threads.emplace_back([this, accepted] {
+        std::thread([this, accepted] {
             CConnection(*this, accepted).Serve();
             const std::lock_guard<std::mutex> closing(mutex);
             connections.remove(accepted);
             ::close(accepted);
-        });
+            changed.notify_all();
+        }).detach();
     }
 }
 
@@ -220,6 +226,11 @@ void CSmtpServer::At(const std::string &step, const std::string &replyOrAction) 
 
 void CSmtpServer::SendBytesSingly() {
     bytesSingly = true;
+}
+
+void CSmtpServer::SetKeeper(std::function<void(const ReceivedMail &)> newKeeper) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    keeper = std::move(newKeeper);
 }
 
 void CSmtpServer::OpenGate() {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <list>
 #include <map>
 #include <mutex>
@@ -43,6 +44,10 @@ public:
     void SendBytesSingly();
     void OpenGate();
 
+    /// Has each mail handed over, on the connection's thread, in place of keeping mails and
+    /// commands.
+    void SetKeeper(std::function<void(const ReceivedMail &)> newKeeper);
+
     /// Waits until that many commands of this verb, or mails, have arrived; false after a minute.
     bool WaitForCommands(const std::string &verb, std::size_t count);
     bool WaitForMails(std::size_t count);
@@ -67,8 +72,8 @@ private:
     std::map<std::string, std::size_t> counts;
     std::vector<std::string> commands;
     std::vector<ReceivedMail> mails;
-    std::list<int> connections;
-    std::list<std::thread> threads;
+    std::function<void(const ReceivedMail &)> keeper;
+    std::list<int> connections;  ///< Each served by a thread of its own.
     std::atomic<bool> bytesSingly{false};
     bool gateOpen = false;
     bool ending = false;
