@@ -1,7 +1,8 @@
-// soak MAILS SECONDS: sends up to that many mails, for up to that long, through one process: on
+// soak MAILS SECONDS KIB: sends up to that many mails, for up to that long, through one process: on
 // threads' own time and in the background, in parallel, with refusals, broken connections and
 // cancellations mixed in. Ends in 0 if every accepted mail arrived exactly once, no other did, and
-// memory, descriptors and threads are where they were after the first thousand.
+// descriptors and threads are where they were and memory has grown by less than KIB since the first
+// thousand.
 
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -25,7 +26,6 @@ namespace {
 constexpr int ThreadCount = 4;
 constexpr int BatchSize = 5;
 constexpr std::size_t WarmUpMails = 1000;
-constexpr long GrowthLimitKiB = 16 * 1024;
 
 /// Shared with the process that the servers run in.
 struct Board {
@@ -79,8 +79,9 @@ std::ptrdiff_t DescriptorCount() {
 /// One thread's sends, each mail's number in its subject.
 class CSender {
 public:
-    CSender(const Board &shared, std::size_t mailLimit, unsigned int seed)
-        : board(shared), limit(mailLimit), random(seed) {
+    /// acceptances counts, by the mail's number, how often a mail was said to be accepted.
+    CSender(const Board &shared, std::vector<std::uint8_t> &acceptances, unsigned int seed)
+        : board(shared), accepted(acceptances), random(seed) {
         client->SetCompletionSink(&sink);
         client->SetMessage(message.get());
     }
@@ -94,8 +95,6 @@ public:
         }
     }
 
-    std::vector<std::size_t> accepted;
-
 private:
     bool Next(std::size_t &number) {
         number = nextMail++;
@@ -104,7 +103,7 @@ private:
         client->SetPort(fate == 0   ? board.refusingPort.load()
                         : fate == 1 ? board.droppingPort.load()
                                     : board.acceptingPort.load());
-        return number < limit;
+        return number < accepted.size();
     }
 
     bool SendOne() {
@@ -113,7 +112,7 @@ private:
             return false;
         }
         if (client->Send() == ResultSuccess) {
-            accepted.push_back(number);
+            ++accepted[number];
         }
         ++endedMails;
         return true;
@@ -134,7 +133,7 @@ private:
         sink.WaitForReports(numbers.size());
         for (const CRecordingSink::Report &report : sink.reports) {
             if (report.code == ResultSuccess) {
-                accepted.push_back(numbers.at(report.taskId));
+                ++accepted[numbers.at(report.taskId)];
             }
             ++endedMails;
         }
@@ -142,7 +141,7 @@ private:
     }
 
     const Board &board;
-    std::size_t limit;
+    std::vector<std::uint8_t> &accepted;
     std::minstd_rand random;
     CRecordingSink sink;
     Message message = MakeSmallMessage();
@@ -154,7 +153,7 @@ bool Check(const char *what, bool holds) {
     return holds;
 }
 
-int Soak(std::size_t limit, std::chrono::seconds time) {
+int Soak(std::size_t limit, std::chrono::seconds time, long growthLimit) {
     auto &board = *static_cast<Board *>(
         ::mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     const pid_t self = ::getpid();
@@ -172,10 +171,11 @@ int Soak(std::size_t limit, std::chrono::seconds time) {
     MakeClientFor(board.acceptingPort)->Send();  // Whatever the process makes once is made.
     const std::ptrdiff_t descriptors = DescriptorCount();
     const long threads = Status("Threads:");
+    std::vector<std::uint8_t> accepted(limit);
     std::vector<std::unique_ptr<CSender>> senders;
     std::vector<std::thread> running;
     for (unsigned int i = 0; i < ThreadCount; ++i) {
-        senders.push_back(std::make_unique<CSender>(board, limit, i + 1));
+        senders.push_back(std::make_unique<CSender>(board, accepted, i + 1));
     }
     const auto start = std::chrono::steady_clock::now();
     std::atomic<int> left{ThreadCount};
@@ -202,21 +202,14 @@ int Soak(std::size_t limit, std::chrono::seconds time) {
     for (std::thread &thread : running) {
         thread.join();
     }
-    std::vector<std::uint8_t> expected(limit);
-    std::size_t acceptedCount = 0;
-    for (auto &sender : senders) {
-        for (const std::size_t number : sender->accepted) {
-            ++expected[number];
-            ++acceptedCount;
-        }
-    }
     const long memory = Status("VmRSS:");
     senders.clear();
-    const bool arrived = std::equal(expected.begin(), expected.end(), board.arrivals.begin());
-    std::printf("%zu mails ended, %zu accepted, memory %ld KiB after %zu, %ld KiB at the end\n",
-                endedMails.load(), acceptedCount, warmMemory, WarmUpMails, memory);
+    const bool arrived = std::equal(accepted.begin(), accepted.end(), board.arrivals.begin());
+    std::printf("%zu mails ended, %td accepted, memory %ld KiB after %zu, %ld KiB at the end\n",
+                endedMails.load(), std::count(accepted.begin(), accepted.end(), 1), warmMemory,
+                WarmUpMails, memory);
     const bool fine = Check("every accepted mail there once, no other", arrived) &
-                      Check("memory flat", memory - warmMemory < GrowthLimitKiB) &
+                      Check("memory flat", memory - warmMemory < growthLimit) &
                       Check("descriptors as at the start", DescriptorCount() == descriptors) &
                       Check("threads as at the start", Status("Threads:") == threads);
     ::kill(servers, SIGKILL);
@@ -228,10 +221,11 @@ int Soak(std::size_t limit, std::chrono::seconds time) {
 }  // namespace SMTPClientNS
 
 int main(int count, char **arguments) {
-    if (count != 3 || std::stoul(arguments[1]) > sizeof(SMTPClientNS::Board::arrivals)) {
-        std::fprintf(stderr, "soak MAILS SECONDS\n");
+    if (count != 4 || std::stoul(arguments[1]) > sizeof(SMTPClientNS::Board::arrivals)) {
+        std::fprintf(stderr, "soak MAILS SECONDS KIB\n");
         return 2;
     }
     return SMTPClientNS::Soak(std::stoul(arguments[1]),
-                              std::chrono::seconds(std::stol(arguments[2])));
+                              std::chrono::seconds(std::stol(arguments[2])),
+                              std::stol(arguments[3]));
 }
