@@ -97,6 +97,10 @@ private:
         if (lastReply.front() != '3') {
             return true;
         }
+        if (const std::string action = server.ActionAt("TEXT", "");
+            !action.empty() && !Answer("TEXT", "")) {
+            return false;
+        }
         for (std::optional<std::string> line = ReadLine(); line; line = ReadLine()) {
             if (*line == ".") {
                 const std::lock_guard<std::mutex> lock(server.mutex);

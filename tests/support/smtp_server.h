@@ -22,8 +22,8 @@ struct ReceivedMail {
 
 /// A scripted SMTP server on a loopback port of its own, a thread a connection.
 ///
-/// A step is the verb of a command, or "CONNECT", "LOGIN" (each line of a login behind AUTH) or
-/// "END" (of the data). By default the server accepts everything.
+/// A step is the verb of a command, or "CONNECT", "LOGIN" (each line of a login behind AUTH),
+/// "TEXT" (of the mail) or "END" (of it). By default the server accepts everything.
 class CSmtpServer {
 public:
     /// Actions beside a reply.

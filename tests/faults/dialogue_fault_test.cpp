@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/host_tools.h"
+#include "tests/support/smtp_server.h"
+
+namespace SMTPClientNS {
+namespace {
+
+constexpr int Untried = -1;  // The interface has no time-out there: libcurl's own is two minutes.
+
+/// What goes wrong, and the column of results in the table of steps.
+struct Fault {
+    const char *name;
+    const char *action;
+};
+
+const Fault Faults[] = {
+    {"4xx", "451 4.3.0 try again\r\n"},       {"5xx", "554 5.0.0 never\r\n"},
+    {"hang-up", CSmtpServer::HangUp},         {"reset", CSmtpServer::Reset},
+    {"nonsense", "\x01\xFF?\r\n999\r\n\r\n"}, {"silence", CSmtpServer::Silence},
+};
+
+struct StepRow {
+    const char *step;
+    bool useTls;
+    int results[std::size(Faults)];  ///< libcurl's: GetLastResult.
+};
+
+const StepRow Steps[] = {
+    {"CONNECT", false, {8, 8, 56, 56, 8, 28}},
+    {"EHLO", false, {0, 0, 56, 56, 0, 28}},  // Refused, HELO takes its place, without a login.
+    {"EHLO", true, {9, 9, 56, 56, 9, 28}},
+    {"STARTTLS", true, {64, 64, 56, 56, 8, 28}},
+    {"AUTH", false, {67, 67, 56, 56, 67, 28}},
+    {"LOGIN", false, {67, 67, 56, 56, 67, 28}},
+    {"MAIL", false, {55, 55, 56, 56, 55, Untried}},
+    {"RCPT", false, {55, 55, 56, 56, 55, Untried}},
+    {"DATA", false, {55, 55, 56, 56, 55, Untried}},
+    {"END", false, {8, 8, 56, 56, 8, Untried}},
+    {"QUIT", false, {0, 0, 0, 0, 0, 0}},  // The mail is the server's by then.
+};
+
+TEST(DialogueFaults, EndInTheirResultAndLeaveTheClientFitForTheNextSend) {
+    const Message message = MakeSmallMessage();
+    for (const StepRow &row : Steps) {
+        for (std::size_t i = 0; i < std::size(Faults); ++i) {
+            if (row.results[i] == Untried) {
+                continue;
+            }
+            SCOPED_TRACE(std::string(row.step) + (row.useTls ? " with TLS, " : ", ") +
+                         Faults[i].name);
+            CSmtpServer faulty;
+            if (row.useTls) {
+                faulty.At("EHLO", "250-test\r\n250 STARTTLS\r\n");
+            }
+            faulty.At(row.step, Faults[i].action);
+            const Client client = MakeClientFor(faulty.Port());
+            client->SetUseTls(row.useTls);
+            client->SetConnectTimeout(1);
+            client->SetMessage(message.get());
+            const std::int32_t code = client->Send();
+            EXPECT_EQ(client->GetLastResult(), row.results[i]);
+            EXPECT_EQ(code == ResultSuccess, row.results[i] == 0);
+
+            CSmtpServer sound;
+            client->SetPort(sound.Port());
+            client->SetUseTls(false);
+            EXPECT_EQ(client->Send(), ResultSuccess);
+        }
+    }
+}
+
+TEST(DialogueFaults, AServerThatSpeaksByteByByteIsUnderstood) {
+    CSmtpServer server;
+    server.SendBytesSingly();
+    const Client client = MakeClientFor(server.Port());
+    const Message message = MakeSmallMessage();
+    client->SetMessage(message.get());
+    EXPECT_EQ(client->Send(), ResultSuccess);
+}
+
+TEST(DialogueFaults, AServerThatGoesAmidALargeMailEndsTheSend) {
+    const CTemporaryFolder folder;
+    const std::u16string path = folder.Write("large", std::string(std::size_t{8} << 20U, 'x'));
+    for (const char *action : {CSmtpServer::HangUp, CSmtpServer::Reset}) {
+        SCOPED_TRACE(action);
+        CSmtpServer server;
+        server.At("TEXT", action);
+        const Client client = MakeClientFor(server.Port());
+        const Message message = MakeSmallMessage();
+        message->AddAttachment(path.c_str());
+        client->SetMessage(message.get());
+        const std::int32_t code = client->Send();
+        EXPECT_TRUE(code == ResultSendFailed || code == ResultReceiveFailed) << code;
+    }
+}
+
+TEST(ProxyFaults, EndInTheirResult) {
+    const Message message = MakeSmallMessage();
+    for (const std::int32_t type : {ProxySocks4, ProxySocks4a, ProxySocks5, ProxySocks5Hostname}) {
+        // An SMTP server is no proxy: it greets where a proxy waits.
+        for (const char *greeting : {"220 hello\r\n", CSmtpServer::HangUp, CSmtpServer::Silence}) {
+            SCOPED_TRACE(std::to_string(type) + " " + greeting);
+            CSmtpServer server;
+            server.At("CONNECT", greeting);
+            const Client client = MakeClientFor(25);
+            client->SetProxy(u"127.0.0.1", server.Port(), type, nullptr, nullptr);
+            client->SetConnectTimeout(1);
+            client->SetMessage(message.get());
+            client->Send();
+            EXPECT_EQ(client->GetLastResult(), greeting == CSmtpServer::Silence ? 28 : 97);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace SMTPClientNS
