@@ -10,6 +10,7 @@ namespace {
 
 constexpr const char *HiddenRow = "C: ****\n";
 constexpr std::string_view AuthCommand = "AUTH ";
+constexpr std::string_view QuitCommand = "QUIT";
 constexpr std::string_view HiddenInitialResponse = " ****";
 constexpr std::size_t ReplyCodeLength = 3;
 
@@ -61,9 +62,12 @@ void CDialogue::ServerSaid(std::string_view line) {
     if (goesOn) {
         return;
     }
-    lastReply = std::exchange(openReply, {});
-    const bool asksForMore = !lastReply.empty() && lastReply.front() == '3';
+    const NarrowString reply = std::exchange(openReply, {});
+    const bool asksForMore = !reply.empty() && reply.front() == '3';
     inLogin = inLogin && asksForMore;
+    if (!saidQuit) {
+        lastReply = reply;
+    }
 }
 
 void CDialogue::ClientSaid(std::string_view line) {
@@ -74,6 +78,7 @@ void CDialogue::ClientSaid(std::string_view line) {
     } else if (inLogin) {
         entries.emplace_back(HiddenRow);
     } else {
+        saidQuit = WithoutLineEnd(line) == QuitCommand;
         AddRows(ClientLabel, line);
     }
 }

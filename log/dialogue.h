@@ -32,8 +32,8 @@ public:
     /// A piece of the mail's text.
     void ClientSentMail(std::size_t size) noexcept { mailSize += size; }
 
-    /// The last complete reply, its lines joined by blanks behind the one code; empty before the
-    /// first. "550 5.1.1 <x@example.org>: no such user"
+    /// The last complete reply but for the farewell, its lines joined by blanks behind the one
+    /// code; empty before the first. "550 5.1.1 <x@example.org>: no such user"
     const NarrowString &LastReply() const noexcept { return lastReply; }
 
     /// The last reply refused something (RFC 5321, section 4.2.1: codes 4yz and 5yz).
@@ -51,6 +51,8 @@ private:
     NarrowString lastReply;
     std::size_t mailSize = 0;  ///< Of the mail's text that no row tells of yet, in bytes.
     bool inLogin = false;
+    bool saidQuit =
+        false;  ///< Said by libcurl behind a refusal, too, whose reply is the one to keep.
 };
 
 }  // namespace SMTPClientNS

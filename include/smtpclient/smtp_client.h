@@ -25,7 +25,7 @@ enum ResultCode : std::int32_t {
     ResultCertificateAuthFailed = -10,
     ResultTimeout = -11,
     ResultLoginDenied = -12,
-    ResultSendFailed = -13,  ///< Also: the server refused the sender, a recipient or the mail.
+    ResultSendFailed = -13,  ///< Also: the server refused the sender, a recipient or DATA.
     ResultReceiveFailed = -14,
     ResultBadCredentials = -15,  ///< Also: user name or password not set.
     ResultFileUnreadable = -16,  ///< An attachment or a picture.
