@@ -1,0 +1,303 @@
+#!/usr/bin/python3
+# Sends mails of every shape through the library to servers that others wrote, reads them back with
+# two parsers, and provokes each failure that a server, a proxy or a certificate can cause.
+#
+# Usage, as root and with the right to make namespaces and mounts:
+#     run_interop.py openssl|gnutls LIBRARY FOLDER-OF-THE-PACKAGES
+import ctypes
+import email.policy
+import os
+import pathlib
+import re
+import shutil
+import sys
+import time
+
+import servers
+from servers import BOXES, HOST, MECHANISMS, OTHER_HOST, PASSWORD, TOKEN, USER
+
+HEADERS = pathlib.Path(__file__).parents[2] / "include/smtpclient"
+SENDER, TO = "a@example.test", "r1@example.test"
+PICTURE, PHOTO, DATA, NOTE, SHORT_LIVED = CONTENTS = {
+    "/mnt/picture.png": b"\x89PNG\r\n\x1a\n" + bytes(range(256)), "/mnt/photo.jpg": b"\xff\xd8\xff",
+    "/mnt/data.bin": bytes(range(256)) * 4000, "/mnt/note.txt": b"From here\n.\n..\nto there",
+    "/mnt/short-lived.txt": b"gone when it is to be sent"}
+TYPES = {".png": "image/png", ".jpg": "image/jpeg", ".txt": "text/plain",
+         ".bin": "application/octet-stream"}
+TEXT, HTML = "Hello\n.\n..dots\nFrom here, no further", "<html><body><p>Hello</p></body></html>"
+JAPANESE = [("SetSubject", "日本語の件名です"), ("SetSender", SENDER, "山田太郎"),
+            ("AddRecipient", TO, "鈴木花子"), ("SetTextBody", "日本語の本文です。\n二行目。"),
+            ("SetHtmlBody", "<p>日本語</p>")]
+
+# The operations that fill each message. Expected in the mailbox is what they say.
+SHAPES = {
+    "text": [("SetTextBody", TEXT)],
+    "html": [("SetHtmlBody", HTML)],
+    "both": [("SetHtmlBody", HTML), ("SetTextBody", TEXT)],
+    "pictures": [("SetHtmlBody", HTML), ("AddInlineImage", PICTURE, "one@x"),
+                 ("AddInlineImage", PHOTO, "two@x")],
+    "attachments": [("SetTextBody", TEXT), ("AddAttachment", DATA), ("AddAttachment", NOTE)],
+    "everything": [("SetHtmlBody", HTML), ("SetTextBody", TEXT), ("AddAttachment", DATA),
+                   ("AddInlineImage", PICTURE, "one@x"), ("SetSender", SENDER, "The Sender"),
+                   ("AddRecipient", TO, "The First"), ("AddCc", "r2@example.test", "The Second")],
+    "200 recipients": [("SetTextBody", TEXT)] + [
+        ("AddRecipient", f"r{number}@example.test", "") for number in range(1, 201)],
+    "Bcc": [("SetTextBody", TEXT), ("AddRecipient", TO, ""), ("AddBcc", "r3@example.test", "X")],
+    **{charset: [("SetCharset", charset), *JAPANESE]
+       for charset in ("UTF-8", "Shift_JIS", "ISO-2022-JP")},
+    "ISO-8859-1": [("SetCharset", "ISO-8859-1"), ("SetSubject", "Grüße"),
+                   ("SetSender", SENDER, "Josué Müßig"), ("AddRecipient", TO, "Åse Ørsted"),
+                   ("SetTextBody", "Schöne Grüße")],
+}
+KEEP_BCC = {"Exim"}  # The others take the Bcc line out of the mail.
+
+
+def at(port, **settings):
+    return {"SetHost": HOST, "SetPort": port, "SetUserName": USER, "SetPassword": PASSWORD,
+            **settings}
+
+
+# Where the proxy is to resolve the host's name, it is one that nobody else knows.
+def through(port, kind, user="", password="", host=None):
+    return {"SetHost": host or (servers.PROXY_ONLY_HOST if kind in (1, 3) else HOST),
+            "SetProxy": ("127.0.0.1", port, kind, user, password), "SetProxyEnabled": 1,
+            "SetUseTls": 0}
+
+
+def proxy(host):
+    return {"SetProxy": (host, 1, 2, "", ""), "SetProxyEnabled": 1}
+
+
+TLS = at(servers.ANY_TLS)
+LOGIN, CHECKED = (USER, PASSWORD), {"SetVerifyPeer": 1}
+OCSP = {**CHECKED, "SetVerifyStatus": 1}
+ROADS = {
+    "Postfix": {**TLS, **CHECKED}, "Exim": at(servers.EXIM, **CHECKED),
+    "OpenSMTPD": at(servers.OPENSMTPD, SetUseTls=0),
+    "Dovecot submission": at(servers.SUBMISSION, **CHECKED),
+}
+# These carry the shape that has everything, and no other.
+SIDE_ROADS = {
+    "TLS 1.2": at(servers.ONLY_12, SetTlsVersion=3),
+    "TLS 1.3": at(servers.ONLY_13, SetTlsVersion=4),
+    "OCSP answer good": at(servers.EXIM, **OCSP),
+    **{name: at(port, SetBearerToken=TOKEN if "AUTH" in name else "")
+       for name, port in MECHANISMS.items()},
+    **{f"{name}, proxy type {kind}, {'login' if login else 'no login'}":
+       at(servers.PLAIN, **through(ports[len(login) > 0], kind, *login))
+       for name, kinds, *ports in [
+           ("microsocks", (2, 3), servers.MICROSOCKS, servers.MICROSOCKS_LOGIN),
+           ("dante", (2, 3), servers.DANTE, servers.DANTE_LOGIN),
+           ("dante", (0,), servers.DANTE, servers.DANTE),
+           ("our own", (1,), servers.SOCKS4A, servers.SOCKS4A)]
+       for kind in kinds for login in ((), LOGIN)},
+}
+# Cause, what differs from a send that succeeds, internal and public code, and those with GnuTLS
+# where they are others.
+FAILURES = [
+    ("name of an HTTPS proxy unknown", proxy("https://no.such.test"), 5, -3),
+    ("name of a SOCKS proxy unknown", proxy("no.such.test"), 6, -4),
+    ("name of the server unknown", {"SetHost": "no.such.test"}, 6, -4),
+    ("no server at the port", {"SetPort": 1}, 7, -5),
+    ("no proxy at the port", proxy("127.0.0.1"), 7, -5),
+    ("no host", {"SetHost": ""}, 3, -6),
+    ("host with a blank", {"SetHost": "mail example"}, 3, -6),
+    ("server without TLS 1.3", {"SetPort": servers.ONLY_12, "SetTlsVersion": 4}, 35, -8),
+    ("server without TLS 1.2", {"SetPort": servers.ONLY_13, "SetTlsVersion": 3}, 35, -8),
+    ("TLS 1.0, with which GnuTLS succeeds", {"SetTlsVersion": 1}, 35, -8, 0, 1),
+    ("certificate of a stranger", {"SetPort": servers.UNTRUSTED, **CHECKED}, 60, -9),
+    ("certificate expired", {"SetPort": servers.EXPIRED, **CHECKED}, 60, -9),
+    ("certificate for another host", {"SetHost": OTHER_HOST, **CHECKED}, 60, -9),
+    ("server silent", {"SetPort": servers.SILENT, "SetConnectTimeout": 2}, 28, -11),
+    *[(f"wrong password, {name}", {"SetPort": MECHANISMS[name], "SetPassword": "no"}, 67, -12)
+      for name in ("PLAIN", "LOGIN", "CRAM-MD5")],
+    *[(f"token expired, {name}", {"SetPort": MECHANISMS[name], "SetBearerToken": "old"}, 67, -12)
+      for name in ("XOAUTH2", "OAUTHBEARER")],
+    ("sender refused", {"SetPort": servers.EXIM, "SetSender": ("a@refused.test", "")}, 55, -13),
+    ("recipient refused", {"SetPort": servers.EXIM, "AddRecipient": ("no@x.test", "")}, 55, -13),
+    ("too many recipients", {"SetPort": servers.HUNDRED, "shape": "200 recipients"}, 55, -13),
+    ("server gone after MAIL FROM", {"SetPort": servers.DYING}, 56, -14),
+    ("no password", {"SetPassword": ""}, 94, -15),
+    ("attachment removed", {"AddAttachment": SHORT_LIVED, "remove": SHORT_LIVED}, 26, -16),
+    ("no sender", {"SetSender": None}, -2, -17),
+    ("no recipients", {"AddRecipient": None}, -3, -18),
+    ("greeting refuses", {"SetPort": servers.UNWILLING}, 8, -1),
+    ("mail refused behind its last line", {"SetPort": servers.REFUSING}, 8, -1),
+    ("no port", {"SetPort": None}, 43, -1),
+    ("server without TLS", {"SetPort": servers.OPENSMTPD}, 64, -1),
+    ("OCSP answer absent", OCSP, 91, -1),
+    ("proxy refuses the login", through(servers.MICROSOCKS_LOGIN, 2, USER, "no"), 97, -1),
+    ("proxy wants a login", through(servers.DANTE_LOGIN, 3), 97, -1),
+    ("proxy finds no server", {**through(servers.MICROSOCKS, 3), "SetPort": 1}, 97, -1),
+    ("proxy does not know the host", through(servers.SOCKS4A, 1, host="no.such.test"), 97, -1),
+    ("host unknown, SOCKS 5 without names", through(servers.DANTE, 2, host="no.such.test"), 97, -1),
+]
+
+
+# An interface of the library, called by the places that its operations have in its table.
+class Native:
+    def __init__(self, library, factory, header):
+        names = re.findall(r"^ +virtual [^(]*?(\w+)\(", (HEADERS / header).read_text(), re.M)
+        self.places = {name: place + 1 for place, name in enumerate(names)}  # Two destructors.
+        create = getattr(library, factory)
+        create.restype = ctypes.c_void_p
+        self.pointer = ctypes.c_void_p(create())
+        self.table = ctypes.cast(self.pointer, ctypes.POINTER(ctypes.POINTER(ctypes.c_void_p)))[0]
+
+    def call(self, name, *values):
+        values = [(value.replace("\n", "\r\n") + "\0").encode("utf-16-le")
+                  if isinstance(value, str) else value for value in values]
+        types = [ctypes.c_int if isinstance(value, int) else ctypes.c_void_p for value in values]
+        kind = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, *types)
+        return kind(self.table[self.places[name]])(self.pointer, *values)
+
+
+# What parsers are to find: the headers, then the tree of parts.
+def expected_mail(operations):
+    def values(name):
+        return [rest for operation, *rest in operations if operation == name]
+
+    def files(name):
+        return [(TYPES[path[-4:]], None if cid else os.path.basename(path), "".join(cid),
+                 CONTENTS[path]) for path, *cid in values(name)]
+
+    def body(name, kind):
+        return [(kind, None, "", text.encode()) for text, in values(name)]
+
+    headers = [sorted((name, address) for address, name in values(operation))
+               for operation in ("SetSender", "AddRecipient", "AddCc", "AddBcc")]
+    bodies = body("SetHtmlBody", "text/html") + body("SetTextBody", "text/plain")
+    children = {"alternative": bodies, "related": files("AddInlineImage"),
+                "mixed": files("AddAttachment")}
+    tree = [("multipart/" + kind, parts) for kind, parts in children.items() if parts]
+    return headers, values("SetSubject")[0][0], ("multipart/mixed", tree)
+
+
+def read_by_email(mail):
+    def tree(part):
+        if part.is_multipart():
+            return part.get_content_type(), [tree(child) for child in part.iter_parts()]
+        content = part.get_payload(decode=True)
+        if part.get_content_charset():
+            content = content.decode(part.get_content_charset()).encode()
+        cid = (part["content-id"] or "").strip("<>")
+        return part.get_content_type(), part.get_filename(), cid, content
+
+    found = email.message_from_bytes(mail, policy=email.policy.default)
+    headers = [sorted((entry.display_name, entry.addr_spec) for entry in found[name].addresses)
+               if found[name] else [] for name in ("from", "to", "cc", "bcc")]
+    return headers, found["subject"], tree(found)
+
+
+def read_by_gmime(mail):
+    import gi  # Not before the packages are in place.
+    gi.require_version("GMime", "3.0")
+    from gi.repository import GMime
+    GMime.init()
+
+    def tree(part):
+        kind = part.get_content_type().get_mime_type()
+        if isinstance(part, GMime.Multipart):
+            return kind, [tree(part.get_part(index)) for index in range(part.get_count())]
+        stream = GMime.StreamMem.new()
+        part.get_content().write_to_stream(stream)
+        content = bytes(stream.get_byte_array())
+        if part.get_content_type_parameter("charset"):
+            content = part.get_text().encode()
+        return kind, part.get_filename(), part.get_content_id() or "", content
+
+    def entries(kind):
+        found_here = found.get_addresses(kind)
+        return sorted((entry.get_name() or "", entry.get_addr()) for entry in map(
+            found_here.get_address, range(found_here.length())))
+
+    found = GMime.Parser.new_with_stream(GMime.StreamMem.new_with_buffer(mail)).construct_message()
+    kinds = GMime.AddressType
+    headers = [entries(kind) for kind in (kinds.FROM, kinds.TO, kinds.CC, kinds.BCC)]
+    return headers, found.get_subject(), tree(found.get_mime_part())
+
+
+class Suite:
+    def __init__(self, flavour, library):
+        if flavour == "gnutls":
+            ctypes.CDLL("libcurl-gnutls.so.4", ctypes.RTLD_GLOBAL)
+        self.library, self.rows, self.failed = ctypes.CDLL(library), 0, 0
+
+    def check(self, row, expected, found):
+        self.rows += 1
+        if expected != found:
+            self.failed += 1
+            texts = (re.sub(r"(b'.{60}).*?'", r"\1...'", repr(it)) for it in (expected, found))
+            print(f"FAILED: {row}", *texts, sep="\n  ", flush=True)
+
+    # The internal and the public code.
+    def send(self, settings, operations):
+        client = Native(self.library, "CreateSmtpClient", "smtp_client.h")
+        message = Native(self.library, "CreateMimeMessage", "mime_message.h")
+        client.call("SetMessage", message.pointer)
+        for name, *values in [(name, *(value if isinstance(value, tuple) else (value,)))
+                              for name, value in settings.items()] + operations:
+            if name == "remove":
+                os.remove(*values)
+            else:
+                (client if name in client.places else message).call(name, *values)
+        code = client.call("Send")
+        codes = client.call("GetLastResult"), code
+        message.call("Release")
+        client.call("Release")
+        return codes
+
+    def deliver(self, road, settings, shape):
+        operations = list(SHAPES[shape])
+        for default in [("SetSender", SENDER, ""), ("AddRecipient", TO, ""), ("SetSubject", shape)]:
+            if default[0] not in [name for name, *_ in operations]:
+                operations.append(default)
+        shutil.rmtree(BOXES, ignore_errors=True)
+        BOXES.mkdir()
+        BOXES.chmod(0o777)  # Each server writes as somebody else.
+        row = f"{road}, {shape}"
+        self.check(row, (0, 1), self.send(settings, operations))
+        boxes = sorted(values[0].split("@")[0] for name, *values in operations
+                       if name in ("AddRecipient", "AddCc", "AddBcc"))
+        servers.wait_for(lambda: len(list(BOXES.glob("*/new/*"))) >= len(boxes))
+        mails = list(BOXES.glob("*/new/*"))
+        self.check(row + ", boxes", boxes, sorted(mail.parts[-3] for mail in mails))
+        if road not in KEEP_BCC:
+            operations = [operation for operation in operations if operation[0] != "AddBcc"]
+        # In front of the library's first line stands what the server adds to each copy.
+        for mail in {mail.read_bytes().partition(b"\nContent-Type: ")[2] for mail in mails}:
+            for read in (read_by_email, read_by_gmime):
+                found = read(b"Content-Type: " + mail)
+                self.check(f"{row}, {read.__name__}", expected_mail(operations), found)
+
+
+def main(flavour, library, packages):
+    start = time.monotonic()
+    servers.prepare(packages)
+    servers.start([f"r{number}" for number in range(1, 201)])
+    for path, content in CONTENTS.items():
+        pathlib.Path(path).write_bytes(content)
+    os.dup2(os.open(f"{servers.LOGS}/library.log", os.O_CREAT | os.O_WRONLY), 2)
+    sys.stderr = sys.stdout  # The old one has libcurl's reports now.
+    suite = Suite(flavour, library)
+    for road, settings in {**ROADS, **SIDE_ROADS}.items():
+        for shape in SHAPES if road in ROADS else ["everything"]:
+            suite.deliver(road, settings, shape)
+    for cause, differs, *codes in FAILURES:
+        settings = {**TLS, "SetSender": (SENDER, ""), "AddRecipient": (TO, ""), **differs}
+        shape = SHAPES[settings.pop("shape", "text")]
+        found = suite.send({k: v for k, v in settings.items() if v is not None}, shape)
+        suite.check(cause, tuple(codes[-2:] if flavour == "gnutls" else codes[:2]), found)
+    print(f"{flavour}: {suite.rows - suite.failed} of {suite.rows} checks passed in "
+          f"{time.monotonic() - start:.0f} s")
+    return int(suite.failed > 0)
+
+
+if __name__ == "__main__":
+    if os.geteuid() != 0:
+        sys.exit("needs root: Postfix and OpenSMTPD start as nobody else")
+    if os.environ.pop("INTEROP_INSIDE", None):
+        sys.exit(main(*sys.argv[1:]))
+    os.execvpe("unshare", ["unshare", "--mount", "--net", "--pid", "--fork", "--kill-child",
+                           "--mount-proc", sys.executable, *sys.argv],
+               {**os.environ, "INTEROP_INSIDE": "1", "LC_ALL": "C.UTF-8"})
