@@ -164,10 +164,8 @@ std::int32_t CMimeMessage::SetSender(const char16_t *address, const char16_t *na
     if (!IsValidAddress(address)) {
         return Refused;
     }
-    sender.address = address;
-    if (!IsEmpty(name)) {
-        sender.name = name;
-    }
+    // Made whole first: either text may be one that the sender holds now.
+    sender = MailAddress{IsEmpty(name) ? sender.name : WideString(name), address};
     return 1;
 }
 const char16_t *CMimeMessage::GetSender(std::int32_t selector) const {

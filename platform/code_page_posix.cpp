@@ -9,6 +9,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "platform/never_destroyed.h"
 
@@ -59,6 +60,11 @@ public:
                 inLeft -= skipped;
             }
         }
+        // Some charsets keep back a last character that the next might have combined with.
+        char *out = piece.data();
+        std::size_t outLeft = piece.size();
+        ::iconv(descriptor, nullptr, nullptr, &out, &outLeft);
+        output.append(piece.data(), piece.size() - outLeft);
         return output;
     }
 
@@ -129,6 +135,14 @@ NarrowString FindCodeset() {
     return codeset;
 }
 
+/// However it is spelled: "UTF-8", "utf8".
+bool IsUtf8Name(const NarrowString &codeset) {
+    NarrowString letters;
+    std::copy_if(codeset.begin(), codeset.end(), std::back_inserter(letters),
+                 [](char c) { return c != '-' && c != '_'; });
+    return letters == "utf8" || letters == "UTF8";
+}
+
 bool IconvKnows(const NarrowString &codeset) {
     return !codeset.empty() && CConversion(codeset.c_str(), Utf16Name).IsOpen() &&
            CConversion(Utf16Name, codeset.c_str()).IsOpen();
@@ -141,7 +155,7 @@ struct SystemCodePage {
 
     SystemCodePage() {
         const NarrowString found = FindCodeset();
-        if (found == Utf8Name || !IconvKnows(found)) {
+        if (IsUtf8Name(found) || !IconvKnows(found)) {
             return;
         }
         codeset = found;
