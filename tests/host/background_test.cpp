@@ -1,27 +1,244 @@
-#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 
-#include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
+#include <cerrno>
+#include <typeinfo>
+
+#include "tests/host/host_test.h"
 
 namespace SMTPClientNS {
 namespace {
 
-TEST(Background, ReportsInTheOrderOfTheIds) {
-    CSmtpServer server;
-    const Client client = MakeClientFor(server.Port());
-    const Message message = MakeSmallMessage();
-    CRecordingSink sink;
-    client->SetMessage(message.get());
-    client->SetCompletionSink(&sink);
+class Background : public CHostTest {};
+
+TEST_F(Background, ReportsInTheOrderOfTheIds) {
     EXPECT_EQ(client->SendAsync(), 1);
+    client->SetMessage(nullptr);
     EXPECT_EQ(client->SendAsync(), 2);
-    ASSERT_TRUE(sink.WaitForReports(2));
-    for (const std::int32_t id : {1, 2}) {
-        EXPECT_EQ(sink.reports[static_cast<std::size_t>(id) - 1].taskId, id);
-        EXPECT_EQ(sink.reports[static_cast<std::size_t>(id) - 1].code, ResultSuccess);
-        EXPECT_EQ(sink.reports[static_cast<std::size_t>(id) - 1].text, u"");
+    client->SetMessage(message.get());
+    message->Reset(ResetRecipients);
+    EXPECT_EQ(client->SendAsync(), 3);
+    message->Reset(ResetSender);
+    EXPECT_EQ(client->SendAsync(), 4);
+    ASSERT_TRUE(sink.WaitForReports(4));
+    EXPECT_EQ(sink.told,
+              "1=1 \n"
+              "2=-1 A general error occurred\n"
+              "3=-18 No recipients have been specified.\n"
+              "4=-17 No sender has been specified.\n");
+}
+
+std::int32_t toldCode = 0;
+
+TEST(BackgroundSink, IsCalledByPosition) {
+    const auto take = [](void *, std::int32_t, std::int32_t code, const char16_t *) {
+        toldCode = code;
+    };
+    // The type information in front of a table serves the sanitizers; the first entry is no code.
+    const void *const table[] = {nullptr, &typeid(CHostSink), nullptr,
+                                 reinterpret_cast<const void *>(+take)};
+    const void *const *sink = &table[2];
+    const Client client = MakeClientFor(1);
+    client->SetCompletionSink(reinterpret_cast<ICompletionSink *>(&sink));
+    client->SendAsync();
+    EXPECT_EQ(SmtpClientWaitEvents(LongestWaitMs), 1);
+    EXPECT_EQ(toldCode, ResultGeneralError);
+}
+
+TEST_F(Background, CancelTakesOnlyWhatIsQueued) {
+    EXPECT_EQ(client->CancelAsync(0), -1);
+    HoldOneSend();
+    for (const std::int32_t id : {2, 3, 4, 5}) {
+        EXPECT_EQ(client->SendAsync(), id);
     }
+    const std::pair<std::int32_t, std::int32_t> calls[] = {
+        {1, -1}, {3, 1}, {3, -1}, {9, -1}, {-1, -1}, {5, 1}, {0, 1}, {0, -1}, {2, -1}, {1, -1}};
+    for (const auto &[taskId, expected] : calls) {
+        EXPECT_EQ(client->CancelAsync(taskId), expected) << taskId;
+    }
+    server.OpenGate();
+    ASSERT_TRUE(sink.WaitForReports(1));
+    EXPECT_EQ(client->CancelAsync(1), -1);
+    EXPECT_EQ(client->SendAsync(), 6);
+    ASSERT_TRUE(sink.WaitForReports(2));
+    EXPECT_EQ(sink.told, "1=1 \n6=1 \n");
     EXPECT_EQ(server.Mails().size(), 2U);
+}
+
+TEST_F(Background, NeedsNothingOfTheHostButTheSinkOfTheEnd) {
+    CSmtpServer otherServer;
+    CHostSink swappedIn;
+    Client other = MakeClientFor(otherServer.Port());
+    other->SetMessage(message.get());
+    other->SetCompletionSink(&sink);
+    server.At("CONNECT", CSmtpServer::Hold);
+    client->SendAsync();
+    EXPECT_EQ(other->SendAsync(), 1);
+    message->SetTextBody(u"changed");
+    message.reset();
+    other->SetCompletionSink(nullptr);
+    other.reset();
+    EXPECT_EQ(SmtpClientWaitEvents(LongestWaitMs), 1);  // While the first is held.
+    client->SetCompletionSink(&swappedIn);
+    client->SetPort(1);
+    client.reset();
+    server.OpenGate();
+    ASSERT_TRUE(swappedIn.WaitForReports(1));
+    EXPECT_EQ(swappedIn.told, "1=1 \n");
+    EXPECT_EQ(sink.told, "");
+    EXPECT_NE(server.Mails().at(0).data.find("\r\n\r\nhello\r\n"), std::string::npos);
+    EXPECT_EQ(otherServer.Mails().size(), 1U);
+}
+
+TEST_F(Background, AllowsEverythingInsideTheSink) {
+    sink.act = [&](std::int32_t taskId) {
+        if (taskId == 2) {
+            client.reset();
+            return;
+        }
+        server.At("MAIL", CSmtpServer::Hold);
+        EXPECT_EQ(client->SendAsync(), 2);
+        EXPECT_TRUE(server.WaitForCommands("MAIL", 2));
+        EXPECT_EQ(client->SendAsync(), 3);
+        EXPECT_EQ(client->CancelAsync(3), 1);
+        server.OpenGate();
+        EXPECT_TRUE(sink.WaitForReports(2));
+        sink.told += "end of 1\n";
+    };
+    client->SendAsync();
+    EXPECT_EQ(SmtpClientWaitEvents(LongestWaitMs), 1);
+    EXPECT_EQ(sink.told, "1=1 \n2=1 \nend of 1\n");
+}
+
+TEST_F(Background, LeavesTheLastSendAlone) {
+    const CTemporaryFolder folder;
+    const auto state = [&] {
+        return std::to_string(client->GetLastResult()) + Narrow(client->GetLastLogEntry()) +
+               Narrow(client->GetLogText()) + folder.Read("log");
+    };
+    client->SetLogFile(folder.WidePathOf("log").c_str(), true);
+    server.At("RCPT", "550 no\r\n");
+    EXPECT_EQ(client->Send(), ResultSendFailed);
+    const std::string afterSend = state();
+    server.At("RCPT", "250 ok\r\n");
+    client->SendAsync();
+    client->SetMessage(nullptr);
+    client->SendAsync();
+    ASSERT_TRUE(sink.WaitForReports(2));
+    EXPECT_EQ(state(), afterSend);
+}
+
+TEST_F(Background, SilentServerHoldsUpNothing) {
+    server.At("QUIT", CSmtpServer::Hold);
+    const auto begin = std::chrono::steady_clock::now();
+    client->SendAsync();
+    ASSERT_TRUE(sink.WaitForReports(1));
+    EXPECT_EQ(client->Send(), ResultSuccess);
+    EXPECT_EQ(client->Send(), ResultSuccess);
+    client.reset();
+    // libcurl would wait 120 s for each answer.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
+    EXPECT_TRUE(server.WaitForCommands("QUIT", 3));
+    server.OpenGate();
+}
+
+TEST_F(Background, WorkerTakesNoSignal) {
+    HoldOneSend();
+    std::string masks;
+    for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ostringstream content;
+        content << std::ifstream(task.path() / "status").rdbuf();
+        const std::string status = content.str();
+        if (status.find("Name:\tsmtpclient\n") == 0) {
+            masks += status.substr(status.find("SigBlk:"), 25);
+        }
+    }
+    // All but SIGKILL, SIGSTOP and the C library's own two, which nobody can block.
+    EXPECT_EQ(masks, "SigBlk:\tfffffffe7ffbfeff\n");
+    server.OpenGate();
+    EXPECT_TRUE(sink.WaitForReports(1));
+}
+
+TEST_F(Background, DescriptorPollsForAsLongAsWorkWaits) {
+    EXPECT_FALSE(IsReadable(descriptor));
+    EXPECT_EQ(SmtpClientDispatchEvents(), 0);
+    client->SendAsync();
+    EXPECT_TRUE(IsReadable(descriptor, LongestWaitMs));
+    sink.act = [&](std::int32_t taskId) {
+        if (taskId == 1) {  // What comes during a dispatch waits for the next.
+            client->SendAsync();
+        }
+        EXPECT_EQ(IsReadable(descriptor, taskId == 1 ? LongestWaitMs : 0), taskId == 1);
+    };
+    EXPECT_EQ(SmtpClientDispatchEvents(), 1);
+    EXPECT_TRUE(IsReadable(descriptor));
+    EXPECT_EQ(SmtpClientEventFd(), descriptor);
+    std::thread([&] { EXPECT_NE(SmtpClientEventFd(), descriptor); }).join();
+    EXPECT_EQ(SmtpClientDispatchEvents(), 1);
+    EXPECT_FALSE(IsReadable(descriptor));
+}
+
+TEST_F(Background, DescriptorCanComeLate) {
+    std::thread([&] {  // Has no descriptor yet.
+        rlimit usual = {};
+        ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &usual), 0);
+        const rlimit none = {0, usual.rlim_max};
+        client->SetMessage(nullptr);
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        EXPECT_EQ(SmtpClientEventFd(), -1);
+        EXPECT_EQ(errno, EMFILE);
+        client->SendAsync();
+        EXPECT_TRUE(sink.WaitForReports(1));
+        client->SendAsync();
+        ::setrlimit(RLIMIT_NOFILE, &usual);
+        client->SetMessage(message.get());
+        HoldOneSend();  // The one before it has ended.
+        EXPECT_TRUE(IsReadable(SmtpClientEventFd()));
+        EXPECT_EQ(SmtpClientDispatchEvents(), 1);
+        server.OpenGate();
+        EXPECT_TRUE(sink.WaitForReports(3));
+    })
+        .join();
+}
+
+volatile sig_atomic_t alarms = 0;
+
+TEST(BackgroundWait, OutlivesSignalsAndKeepsItsTime) {
+    EXPECT_EQ(SmtpClientWaitEvents(0), 0);
+    struct sigaction action = {};
+    action.sa_handler = [](int) { alarms = alarms + 1; };
+    ASSERT_EQ(::sigaction(SIGALRM, &action, nullptr), 0);
+    const itimerval everyTenMs = {{0, 10000}, {0, 10000}};
+    ASSERT_EQ(::setitimer(ITIMER_REAL, &everyTenMs, nullptr), 0);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(SmtpClientWaitEvents(300), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(300));
+    ::signal(SIGALRM, SIG_IGN);
+    EXPECT_GT(alarms, 0);
+}
+
+TEST_F(Background, ThreadThatEndedIsToldNothing) {
+    for (const bool ended : {false, true}) {
+        SCOPED_TRACE(ended ? "a send had ended" : "sends were under way");
+        CSmtpServer ownServer;
+        ownServer.At("MAIL", CSmtpServer::Hold);
+        std::thread([&] {
+            const Client own = MakeClientFor(ownServer.Port());
+            own->SetMessage(message.get());
+            own->SetCompletionSink(&sink);
+            own->SendAsync();
+            own->SendAsync();
+            if (ended) {
+                ownServer.OpenGate();
+                EXPECT_TRUE(IsReadable(SmtpClientEventFd(), LongestWaitMs));
+            }
+        }).join();
+        ownServer.OpenGate();
+        EXPECT_TRUE(ownServer.WaitForMails(2));
+    }
+    EXPECT_EQ(SmtpClientDispatchEvents(), 0);
+    EXPECT_EQ(sink.told, "");
 }
 
 }  // namespace

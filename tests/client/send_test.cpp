@@ -1,0 +1,314 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <regex>
+
+#include "tests/support/host_tools.h"
+#include "tests/support/smtp_server.h"
+
+namespace SMTPClientNS {
+namespace {
+
+/// The texts compared below are the English ones.
+const int languageSet = ::setenv("LC_ALL", "C", 1);
+
+using Replacements = std::vector<std::pair<std::string, std::string>>;
+
+std::string Replaced(std::string text, const Replacements &replacements) {
+    for (const auto &[pattern, replacement] : replacements) {
+        text = std::regex_replace(text, std::regex(pattern), replacement);
+    }
+    return text;
+}
+
+/// Text with names in place of what no two sends have in common.
+std::string Masked(std::string text) {
+    std::smatch found;
+    for (char number = '1'; std::regex_search(text, found, std::regex("-{24}[0-9a-f]{16}"));) {
+        text = Replaced(text, {{found.str(), std::string("B") + number++}});
+    }
+    return Replaced(
+        text,
+        {{"<[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}@[^>]+>", "<ID>"},
+         {"EHLO .*", "EHLO me"},
+         {"SIZE=[0-9]+|[0-9]+ bytes", "SIZE"},
+         {"127.0.0.1(:|\\)? port )[0-9]+", "HOST"},
+         {" after [0-9]+ ms| .errno: [0-9]+.", ""},
+         {"[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}", "TIME"}});
+}
+
+/// A small mail on its way to a server that accepts everything.
+struct Scene {
+    CTemporaryFolder folder;
+    CSmtpServer server;
+    Message message = MakeSmallMessage();
+    Client client = MakeClientFor(server.Port());
+
+    Scene() { client->SetMessage(message.get()); }
+    void Attach(const std::u16string &path) { message->AddAttachment(path.c_str()); }
+    std::u16string LogPath() const { return folder.WidePathOf("log"); }
+    void SetLogFile(bool append) { client->SetLogFile(LogPath().c_str(), append); }
+    std::string LogFile() const { return Masked(folder.Read("log")); }
+};
+using S = Scene &;
+
+const std::string General = "A general error occurred";
+const std::string Sending = "Failed sending network data.";
+const std::string Reading = "Error reading local file.";
+
+const char *const WholeMail =
+    "EHLO me\r\nAUTH PLAIN\r\nAHVzZXIAcGFzcw==\r\nMAIL FROM:<a@example.org> SIZE\r\n"
+    "RCPT TO:<b@example.org>\r\nRCPT TO:<d@example.org>\r\nRCPT TO:<c@example.org>\r\n"
+    "RCPT TO:<d@example.org>\r\nDATA\r\nContent-Type: multipart/mixed; boundary=B1\r\n"
+    "Mime-Version: 1.0\r\nFrom: <<FROM>> <a@example.org>\r\n"
+    "To: b@example.org,\r\n Dora  D <d@example.org>\r\nCc: <<CC>> <c@example.org>\r\n"
+    "Bcc: d@example.org\r\nX-Priority: 2 \r\nSubject: <<SUBJECT>>\r\n\r\nMessage - ID: <ID>\r\n"
+    "\r\n\r\n--B1\r\nContent-Type: multipart/alternative; boundary=B2\r\n"
+    "Content-Disposition: inline\r\n\r\n--B2\r\nContent-Type: text/html; charset=<<CHARSET>>\r\n"
+    "Content-Transfer-Encoding: 8bit\r\n\r\n<p><<BODY>>\r\n"
+    "--B2\r\nContent-Type: text/plain; charset=<<CHARSET>>\r\n"
+    "Content-Transfer-Encoding: 8bit\r\n\r\n.\r\n<<BODY>>\r\n..\r\n\r\n--B2--\r\n\r\n"
+    "--B1\r\nContent-Type: multipart/related; boundary=B3\r\n\r\n"
+    "--B3\r\nContent-Type: image/png\r\nContent-Transfer-Encoding: base64\r\n"
+    "Content-ID: <pic>\r\nContent-Disposition: inline\r\n\r\ncGl4ZWxz\r\n--B3--\r\n\r\n"
+    "--B1\r\nContent-Type: multipart/mixed; boundary=B4\r\n\r\n"
+    "--B4\r\nContent-Disposition: attachment; filename=\"a.txt\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n\r\nZmlsZQo=\r\n--B4--\r\n\r\n--B1--\r\n";
+
+TEST(Send, WritesExactBytes) {
+    struct Case {
+        const char *charset, *from, *cc, *subject, *body;
+    };
+    const Case cases[] = {
+        {"UTF-8", "=?UTF-8?b?Wm/Dqw==?=", "=?UTF-8?b?5pel5pys?=",
+         "=?UTF-8?b?R3LDvMOfZSA=?==?UTF-8?b?5pel5pys?=",
+         "Gr\xC3\xBC\xC3\x9F\x65 \xE6\x97\xA5\xE6\x9C\xAC"},
+        {"ISO-8859-1", "=?ISO-8859-1?b?Wm/r?=", "",
+         "=?ISO-8859-1?b?R3L832Ug?==?ISO-8859-1?b?\?=", "Gr\xFC\xDF\x65 "},
+        {"Shift_JIS", "=?Shift_JIS?b?Wm8=?=", "=?Shift_JIS?b?k/qWew==?=",
+         "=?Shift_JIS?b?R3JlIA==?==?Shift_JIS?b?k/qWew==?=", "Gre \x93\xFA\x96{"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.charset);
+        Scene scene;
+        IMimeMessage &message = *scene.message;
+        message.SetCharset(Wide(c.charset).c_str());
+        message.SetSender(u"a@example.org", u"Zoë");
+        message.AddBcc(u"d@example.org", nullptr);
+        message.AddCc(u"c@example.org", u"日本");
+        message.AddRecipient(u"d@example.org", u"Dora  D");
+        message.SetPriority(PriorityHigh);
+        message.SetSubject(u"Grüße 日本");
+        message.SetTextBody(u".\r\nGrüße 日本\r\n..\r\n");
+        message.SetHtmlBody(u"<p>Grüße 日本");
+        message.AddInlineImage(scene.folder.Write("pic.PNG", "pixels").c_str(), u"pic");
+        scene.Attach(scene.folder.Write("a.txt", "file\n"));
+        EXPECT_EQ(scene.client->Send(), ResultSuccess);
+        std::string received;
+        for (const std::string &command : scene.server.Commands()) {
+            received += command + "\r\n";
+        }
+        EXPECT_EQ(Masked(received + scene.server.Mails().at(0).data),
+                  Replaced(WholeMail, {{"<<CHARSET>>", c.charset},
+                                       {"<<FROM>>", c.from},
+                                       {"<<CC>>", c.cc},
+                                       {"<<SUBJECT>>", c.subject},
+                                       {"<<BODY>>", c.body}}));
+    }
+}
+
+TEST(Send, HangsUpThePartsThatTheMessageHas) {
+    for (unsigned int parts = 0; parts < 16; ++parts) {
+        SCOPED_TRACE(parts);
+        const bool hasText = (parts & 1U) != 0, hasHtml = (parts & 2U) != 0;
+        const bool hasImage = (parts & 4U) != 0, hasFile = (parts & 8U) != 0;
+        Scene scene;
+        scene.message->SetTextBody(hasText ? u"t" : u"");
+        scene.message->SetHtmlBody(hasHtml ? u"h" : u"");
+        scene.message->AddInlineImage(hasImage ? scene.folder.Write("i.png", "").c_str() : u"",
+                                      u"i");
+        scene.Attach(hasFile ? scene.folder.Write("a.bin", "") : u"");
+        EXPECT_EQ(scene.client->Send(), ResultSuccess);
+        std::string types;
+        std::string data = scene.server.Mails().at(0).data;
+        const std::regex type("Content-Type: [a-z]+/([a-z-]+)");
+        for (std::smatch found; std::regex_search(data, found, type); data = found.suffix()) {
+            types += found.str(1) + " ";
+        }
+        EXPECT_EQ(types, std::string("mixed ") + (hasText || hasHtml ? "alternative " : "") +
+                             (hasHtml ? "html " : "") + (hasText ? "plain " : "") +
+                             (hasHtml && hasImage ? "related png " : "") +
+                             (hasFile ? "mixed octet-stream " : ""));
+    }
+}
+
+TEST(Send, TellsWhatStoppedIt) {
+    struct Case {
+        void (*change)(Scene &scene);
+        std::int32_t result, code;
+        std::size_t commands;  ///< That reached the server.
+        std::string told;
+    };
+    const Case cases[] = {
+        // In the preparation.
+        {[](S s) { s.client->SetMessage(nullptr); }, -1, -1, 0, General},
+        {[](S s) { s.message->Reset(ResetSender); }, -17, -2, 0, "No sender has been specified."},
+        {[](S s) { s.message->Reset(1); }, -18, -3, 0, "No recipients have been specified."},
+        {[](S s) { s.client->SetPort(-1); }, -1, 43, 0, General},
+        {[](S s) {
+             s.client->SetHost(u"");  // Comes ahead of the message.
+             s.client->SetMessage(nullptr);
+         },
+         -6, 3, 0, "Host using bad/illegal format or missing host."},
+        // Behind it, the first ones without a connection.
+        {[](S s) { s.message->AddBcc(u"x@x\rDATA", u""); }, -1, 43, 0, General},
+        {[](S s) { s.message->SetSender(u"x@x>\nDATA", u""); }, -1, 43, 0, General},
+        {[](S s) { s.Attach(u"/"); }, -16, 26, 0, Reading},
+        {[](S s) {
+             ::mkfifo(s.folder.PathOf("pipe").c_str(), S_IRWXU);
+             s.Attach(s.folder.WidePathOf("pipe"));
+         },
+         -16, 26, 0, Reading},
+        {[](S s) {
+             s.Attach(s.folder.Write("gone", "x"));
+             std::filesystem::remove(s.folder.PathOf("gone"));
+         },
+         -16, 26, 6, Reading + " (read function returned funny value)"},
+        {[](S s) { s.client->SetPort(1); }, -5, 7, 0,
+         "Failed to connect to host. (Failed to connect to HOST: Couldn't connect to server)"},
+        {[](S s) { s.client->SetUseTls(true); }, -1, 64, 1, General + " (STARTTLS not supported.)"},
+        {[](S s) { s.server.At("LOGIN", "535 no\r\n"); }, -12, 67, 3,
+         "The remote server denied curl to login. (535 no)"},
+        {[](S s) { s.server.At("RCPT", "550-5.1.1 no\r\n550 such user\r\n"); }, -13, 55, 6,
+         Sending + " (550 5.1.1 no such user)"},
+        {[](S s) { s.server.At("END", "452 full\r\n"); }, -1, 8, 6, General + " (452 full)"},
+        {[](S s) { s.server.At("END", CSmtpServer::HangUp); }, -14, 56, 6,
+         "Failure in receiving network data. (response reading failed)"},
+    };
+    for (const Case &c : cases) {
+        for (const bool isLogged : {false, true}) {
+            SCOPED_TRACE(c.told);
+            Scene scene;
+            scene.client->SetLogFile(isLogged ? scene.LogPath().c_str() : u"", true);
+            c.change(scene);
+            EXPECT_EQ(scene.client->Send(), c.result);
+            const bool isPrepared = &c >= &cases[5];
+            EXPECT_EQ(scene.client->GetLastResult(), isLogged && isPrepared ? c.result : c.code);
+            EXPECT_EQ(!scene.LogFile().empty(), isLogged && isPrepared);
+            EXPECT_EQ(scene.server.Commands().size(), c.commands);
+            EXPECT_EQ(Masked(Narrow(scene.client->GetLastLogEntry())),
+                      "Error Info: " + c.told + "\n");
+        }
+    }
+}
+
+const std::string Block = "End Connnect: TIME\n\n" + std::string(82, '=') + "\n\n";
+
+TEST(Send, LogsWhatWasSaid) {
+    const std::string login =
+        "S: 220 test.example ESMTP\nC: EHLO me\nS: 250-test.example\n"
+        "S: 250-SIZE\nS: 250 AUTH PLAIN XOAUTH2\nC: AUTH PLAIN\nS: 334 \nC: ";
+    const std::string envelope =
+        "\nS: 235 in\nC: MAIL FROM:<a@example.org> SIZE\nS: 250 ok\n"
+        "C: RCPT TO:<b@example.org>\nS: 250 ok\nC: DATA\nS: 354 go\nC: ";
+    const std::string last = "Connection #0 to host 127.0.0.1 left intact\n";
+    const std::string block = "Email sent successfully!\n" + Block;
+    const std::string file =
+        "Trying HOST...\nConnected to 127.0.0.1 (HOST (#0)\n" + login +
+        "AHVzZXIAcGFzcw==" + envelope +
+        "Content-Type: multipart/mixed; boundary=B1\nC: Mime-Version: 1.0\n"
+        "C: From: a@example.org\nC: To: b@example.org\nC: X-Priority: 3 \nC: Subject: \nC: \n"
+        "C: Message - ID: <ID>\nC: \nC: \nC: --B1--\nWe are completely uploaded and fine\n"
+        "S: 250 queued as 1\n" +
+        last + last + block;
+    Scene scene;
+    scene.message->SetTextBody(u"");
+    scene.SetLogFile(true);
+    EXPECT_EQ(scene.client->Send(), ResultSuccess);
+    EXPECT_EQ(scene.LogFile(), file);
+    EXPECT_EQ(scene.client->Send(), ResultSuccess);
+    EXPECT_EQ(scene.LogFile(), file + Replaced(file, {{"B1", "B2"}}));
+    EXPECT_EQ(
+        Masked(Narrow(scene.client->GetLogText())),
+        login + "****" + envelope +
+            "(mail text, SIZE)\nS: 250 queued as 1\nEmail sent successfully! (250 queued as 1)\n");
+    scene.SetLogFile(false);
+    EXPECT_EQ(scene.LogFile(), file + last + block + block + last + block + block + block);
+    EXPECT_EQ(scene.client->GetLastResult(), 0);
+}
+
+TEST(Send, LogsAFailureTheSameAtEveryPass) {
+    const std::string last = "Closing connection 0\n";
+    const std::string block = "Error Info: " + Sending + "\n" + Block;
+    Scene scene;
+    EXPECT_EQ(scene.client->GetLogText(), std::u16string());
+    EXPECT_EQ(scene.client->GetLastResult(), -1);  // Told by a pass without any send.
+    scene.server.At("RCPT", "550 no\r\n");
+    EXPECT_EQ(scene.client->Send(), ResultSendFailed);
+    EXPECT_EQ(scene.client->GetLastResult(), 55);
+    scene.SetLogFile(true);
+    const std::string once = scene.LogFile();
+    EXPECT_EQ(once.substr(once.find(last)), last + last + block);
+    scene.client->SetLogFile(nullptr, true);
+    scene.SetLogFile(false);
+    EXPECT_EQ(scene.LogFile(), once + last + block + block);
+    EXPECT_EQ(scene.client->GetLastResult(), ResultSendFailed);
+    scene.message->Reset(ResetSender);
+    EXPECT_EQ(scene.client->Send(), ResultNoSender);
+    EXPECT_EQ(scene.LogFile(), once + last + block + block);  // As it was.
+    scene.SetLogFile(false);
+    EXPECT_EQ(scene.LogFile(), "Error Info: No sender has been specified.\n" + Block);
+}
+
+bool HasDefaultHandler(int signal) {
+    struct sigaction present = {};
+    return ::sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL;
+}
+
+// A SIGPIPE would end the test program.
+TEST(Send, LeavesTheHostsSignalsAlone) {
+    CSmtpServer accepting;
+    CSmtpServer resetting;
+    resetting.At("RCPT", "250 ok\r\n354 go, ahead of DATA\r\n");
+    resetting.At("DATA", CSmtpServer::Reset);
+    std::vector<std::thread> threads;
+    for (CSmtpServer *server : {&accepting, &resetting}) {
+        server->At("MAIL", CSmtpServer::Hold);
+        for (int number = 0; number < 4; ++number) {
+            threads.emplace_back([server, &accepting] {
+                const Client client = MakeClientFor(server->Port());
+                const Message message = MakeSmallMessage();
+                message->SetTextBody(std::u16string(4U << 20U, u'x').c_str());
+                client->SetMessage(message.get());
+                for (int mail = 0; mail < 2; ++mail) {
+                    EXPECT_EQ(client->Send() == ResultSuccess, server == &accepting);
+                }
+            });
+        }
+    }
+    for (CSmtpServer *server : {&accepting, &resetting}) {
+        EXPECT_TRUE(server->WaitForCommands("MAIL", 4));
+        EXPECT_TRUE(HasDefaultHandler(SIGPIPE));  // In the middle of their transfers.
+        server->OpenGate();
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(HasDefaultHandler(SIGPIPE));
+}
+
+TEST(Send, NeverWaitsForTheAnswerToQuit) {
+    const auto start = std::chrono::steady_clock::now();
+    Scene scene;
+    scene.server.At("QUIT", CSmtpServer::Hold);
+    EXPECT_EQ(scene.client->Send(), ResultSuccess);
+    EXPECT_EQ(scene.client->Send(), ResultSuccess);
+    scene.client.reset();
+    EXPECT_TRUE(scene.server.WaitForCommands("QUIT", 2));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+}
+
+}  // namespace
+}  // namespace SMTPClientNS

@@ -1,0 +1,53 @@
+#include "compose/encoded_word.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+namespace SMTPClientNS {
+
+TEST(EncodedWord, ExactBytes) {
+    struct Case {
+        const char *charset;
+        const char16_t *text;
+        const char *subject, *displayName;
+    };
+    const Case cases[] = {
+        {"UTF-8", nullptr, "", ""},
+        {"UTF-8", u" \u007F  =?x?b?YQ==?=\t", " \x7F  =?x?b?YQ==?=\t", " \x7F  =?x?b?YQ==?=\t"},
+        {"UTF-8", u"\u0080", "=?UTF-8?b?woA=?=", "=?UTF-8?b?woA=?="},
+        {"UTF-8", u"x ü an", "x =?UTF-8?b?w7wg?=an", "=?UTF-8?b?eCDDvCBhbg==?="},
+        {"UTF-8", u"ü ü", "=?UTF-8?b?w7wg?==?UTF-8?b?w7w=?=", "=?UTF-8?b?w7wgw7w=?="},
+        {"UTF-8", u" ü  x ", " =?UTF-8?b?w7wg?= x ", "=?UTF-8?b?IMO8ICB4IA==?="},
+        {"UTF-8", u"ü\tx y", "=?UTF-8?b?w7wJeCA=?=y", "=?UTF-8?b?w7wJeCB5?="},
+        {"iso-8859-1", u"é x", "=?iso-8859-1?b?6SA=?=x", "=?iso-8859-1?b?6SB4?="},
+        {"Shift_JIS", u"日本", "=?Shift_JIS?b?k/qWew==?=", "=?Shift_JIS?b?k/qWew==?="},
+        {"ASCII", u"日", "=?ASCII?b?\?=", ""},
+        // A zero byte ends a name.
+        {"UTF-16LE", u"aé x", "=?UTF-16LE?b?YQDpACAA?=x", "=?UTF-16LE?b?YQ==?="},
+        {"UTF-16BE", u"é", "=?UTF-16BE?b?AOk=?=", ""},
+    };
+    for (const Case &c : cases) {
+        NarrowString subject, displayName;
+        EXPECT_EQ(EncodeSubject(c.charset, c.text, subject), 1);
+        EXPECT_EQ(EncodeDisplayName(c.charset, c.text, displayName), 1);
+        EXPECT_EQ(subject, c.subject);
+        EXPECT_EQ(displayName, c.displayName);
+    }
+}
+
+// At this size a copy, or a search, of the rest for each blank takes minutes.
+TEST(EncodedWord, CostIsLinear) {
+    WideString text;
+    NarrowString expected, subject;
+    for (int i = 0; i < 400000; ++i) {
+        text += u"ü ü 789 ";
+        expected += "=?UTF-8?b?w7wg?==?UTF-8?b?w7wg?=789 ";
+    }
+    const auto start = std::chrono::steady_clock::now();
+    EncodeSubject("UTF-8", text.c_str(), subject);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_TRUE(subject == expected);
+}
+
+}  // namespace SMTPClientNS

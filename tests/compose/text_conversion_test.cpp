@@ -1,0 +1,89 @@
+#include "compose/text_conversion.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "compose/base64.h"
+#include "compose/charset_converter.h"
+
+namespace SMTPClientNS {
+namespace {
+
+TEST(TextConversion, SmallSteps) {
+    NarrowString narrow = "old";
+    WideToAnsi(nullptr, narrow);
+    EXPECT_EQ(narrow, "old");
+    WideToAnsi(u"", narrow);
+    EXPECT_EQ(narrow, "");
+    WideString wide = u"old";
+    BytesToWide(nullptr, wide, SystemCodePage);
+    BytesToWide("", wide, Utf8CodePage);
+    EXPECT_EQ(wide, u"old");
+    EXPECT_EQ(FindNonAscii(u"ab\u007F"), -1);
+    EXPECT_EQ(FindNonAscii(u"ab\u0080\u0081"), 2);
+    EXPECT_EQ(Base64Encode("") + Base64Encode("f") + Base64Encode("fo"), "Zg==Zm8=");
+    EXPECT_EQ(Base64Encode("\xFB\xEF\xBE\xFF\xFF\xFF"), "++++////");
+    EXPECT_EQ(Base64Encode(std::string(1000, '\0')), std::string(1334, 'A') + "==");
+}
+
+struct Step {
+    NarrowString charset;
+    const char16_t *text;
+    std::int32_t code;
+    std::string_view bytes;
+};
+
+TEST(CharsetConverter, GivesCodesAndBytes) {
+    using namespace std::literals;
+    const NarrowString longest = "UTF-8" + NarrowString(498, ' ');  // iconv passes over blanks.
+    const std::vector<Step> cases[] = {
+        // Each with a converter of its own.
+        {{"", u"a", -1, ""}, {"UTF-8", nullptr, -1, ""}, {"UTF-8", u"", -1, ""}},
+        {{"UTF-16LE", u"a\u0100", 1, "a\0\0\x01"sv}, {"ISO-8859-1", u"日é", 1, "\xE9"}},
+        {{"ASCII", u"日é", 1, ""}, {"UTF-8", u"a\xD800z\xDC00\xDC00\xD83D", 1, "az"}},
+        // "utf-8" is strict until it fails, or another charset or spelling comes between.
+        {{"utf-8", u"a\xD800z", -4, ""}, {"utf-8", u"a\xD800z", 1, "az"}},
+        {{"utf-8", u"\xD800z", 1, ""}, {"utf-8", u"a\xD800", -4, ""}},
+        {{"utf-8", u"a", 1, "a"}, {"UTF-8", u"a\xD800", 1, "a"}, {"utf-8", u"a\xD800", 1, "a"}},
+        {{"no-such-charset", u"a", -3, ""}, {"utf-8", u"a\xDC00", -4, ""}},
+        {{longest, u"é\xD800", 1, "\xC3\xA9"}, {longest + " ", u"é", -3, ""}},
+        // Each text starts unshifted.
+        {{"ISO-2022-JP", u"日", 1, "\x1B$BF|"}, {"ISO-2022-JP", u"a", 1, "a"}},
+    };
+    for (const std::vector<Step> &steps : cases) {
+        CCharsetConverter converter;
+        for (const Step &s : steps) {
+            ConvertedText converted;
+            EXPECT_EQ(converter.ConvertWideToCharset(s.charset, s.text, converted), s.code);
+            EXPECT_EQ(converted.Bytes(), s.bytes) << s.charset;
+            EXPECT_EQ(converted.buffer != nullptr, s.code == 1);
+        }
+    }
+}
+
+// iconv ends a call early, every few thousand units, if it has dropped something until then.
+TEST(CharsetConverter, ConvertsAllOfALongText) {
+    const Step cases[] = {{"ISO-8859-1", u"é\U0001F600", 1, "\xE9"},
+                          {"ASCII", u"é", 1, ""},
+                          {"UTF-8", u"\xD800z", 1, "z"},
+                          {"Shift_JIS", u"日€", 1, "\x93\xFA"},
+                          {"UTF-8", u"\U0001F600\xDC00", 1, "\xF0\x9F\x98\x80"}};
+    for (const Step &c : cases) {
+        WideString text;
+        NarrowString expected;
+        for (int i = 0; i < 50000; ++i) {
+            text += c.text;
+            expected += c.bytes;
+        }
+        ConvertedText converted;
+        GetCharsetConverter().ConvertWideToCharset(c.charset, text.c_str(), converted);
+        EXPECT_TRUE(converted.Bytes() == expected) << c.charset << ": " << converted.size;
+    }
+    CCharsetConverter &own = GetCharsetConverter();
+    std::thread([&own] { EXPECT_NE(&GetCharsetConverter(), &own); }).join();
+}
+
+}  // namespace
+}  // namespace SMTPClientNS

@@ -1,0 +1,196 @@
+#include <malloc.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "tests/host/host_test.h"
+
+namespace SMTPClientNS {
+namespace {
+
+class Process : public CHostTest {};
+
+TEST_F(Process, HoldsNoMoreAfterThousandsOfSends) {
+    constexpr int SendsInABatch = 100;
+    constexpr std::size_t Slack = 200 * 1024;  // 100 bytes a send would be seen.
+    const Client idle = MakeClientFor(server.Port());
+    EXPECT_EQ(idle->CancelAsync(0), -1);  // Without SendAsync neither thread nor descriptor.
+    std::size_t memory = 0;
+    for (int batch = 0; batch <= 20; ++batch) {
+        {
+            CSmtpServer ownServer;  // Keeps what it got for as long as it lives.
+            client->SetPort(ownServer.Port());
+            for (int send = 0; send < SendsInABatch; ++send) {
+                ASSERT_EQ(client->Send(), ResultSuccess);
+                client->SendAsync();
+            }
+            ASSERT_TRUE(sink.WaitForReports(SendsInABatch));
+            sink.told.clear();
+        }
+        if (batch == 10) {  // The C library's caches are full.
+            memory = ::mallinfo2().uordblks;
+        }
+    }
+    EXPECT_LT(::mallinfo2().uordblks, memory + Slack);
+}
+
+std::ptrdiff_t Occurrences(const std::string &text, const std::string &part) {
+    std::ptrdiff_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+TEST_F(Process, EightThreadsSendBothWays) {
+    constexpr int Sends = 10;
+    constexpr std::size_t BodyLength = 100000;
+    const std::string names = "qrstuvwx";
+    const CTemporaryFolder folder;
+    const auto sendMany = [&](const std::string &name) {
+        CHostSink ownSink;
+        const Client own = MakeClientFor(server.Port());
+        const Message mail = MakeSmallMessage();
+        mail->AddCc(Wide(name + "@cc").c_str(), nullptr);
+        mail->SetTextBody(Wide(std::string(BodyLength, name[0])).c_str());
+        own->SetMessage(mail.get());
+        own->SetCompletionSink(&ownSink);
+        own->SetLogFile(folder.WidePathOf(name).c_str(), true);
+        for (int send = 0; send < Sends; ++send) {
+            own->SendAsync();
+            EXPECT_EQ(own->Send(), ResultSuccess);
+        }
+        EXPECT_TRUE(ownSink.WaitForReports(Sends));
+        EXPECT_EQ(Occurrences(ownSink.told, "=1 \n"), Sends);
+    };
+    std::vector<std::thread> threads;
+    for (const char name : names) {
+        threads.emplace_back(sendMany, std::string(1, name));
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    std::map<char, int> intact;
+    for (const ReceivedMail &mail : server.Mails()) {
+        const char name = mail.recipients.at(1).at(1);
+        const std::string body = "\r\n\r\n" + std::string(BodyLength, name) + "\r\n--";
+        intact[name] += mail.data.find(body) != std::string::npos ? 1 : 0;
+    }
+    for (const char name : names) {
+        const std::string log = folder.Read({name});
+        EXPECT_EQ(intact[name], 2 * Sends) << name;
+        EXPECT_EQ(Occurrences(log, "@cc>"), Sends) << name;
+        EXPECT_EQ(Occurrences(log, std::string("RCPT TO:<") + name + "@cc>"), Sends) << name;
+    }
+}
+
+std::chrono::steady_clock::time_point exitBegan;
+
+// Registered first, so it runs last. The child of a fork ends here if other handlers did not wait.
+const int registered = std::atexit([] {
+    if (exitBegan != decltype(exitBegan)()) {
+        ::_exit(std::chrono::steady_clock::now() - exitBegan < std::chrono::seconds(2) ? 0 : 2);
+    }
+});
+
+TEST_F(Process, ChildOfAForkStandsAlone) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "this sanitizer lets the child of a process with threads start none";
+#endif
+    ASSERT_EQ(registered, 0);
+    CSmtpServer childServer;
+    client->SetMessage(nullptr);
+    client->SendAsync();
+    ASSERT_TRUE(IsReadable(descriptor, LongestWaitMs));
+    client->SetMessage(message.get());
+    HoldOneSend();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool startsEmpty = SmtpClientDispatchEvents() == 0;
+        client = MakeClientFor(childServer.Port());  // Lets the parent's go, too.
+        client->SetMessage(message.get());
+        client->SetCompletionSink(&sink);
+        client->SendAsync();
+        if (!startsEmpty || client->Send() != ResultSuccess || !sink.WaitForReports(1)) {
+            ::_exit(1);
+        }
+        exitBegan = std::chrono::steady_clock::now();
+        std::exit(0);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(childServer.Mails().size(), 2U);
+    server.OpenGate();
+    ASSERT_TRUE(sink.WaitForReports(2));
+    EXPECT_EQ(sink.told, "1=-1 A general error occurred\n2=1 \n");
+}
+
+/// Goes with the process, behind the library's own exit handler.
+struct StaticHost {
+    Message message;
+    Client client;
+
+    ~StaticHost() {
+        if (client != nullptr) {
+            client->SendAsync();
+            if (client->Send() != ResultGeneralError) {
+                ::_exit(1);
+            }
+        }
+    }
+} staticHost;
+
+/// Accepts, gives the replies and falls silent, having heard one more thing.
+void TalkAndFallSilent(int listener, const std::vector<std::string> &replies) {
+    const int peer = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+    char heard[4096];
+    for (const std::string &reply : replies) {
+        if (::send(peer, reply.data(), reply.size(), 0) < 0 ||
+            ::recv(peer, heard, sizeof heard, 0) <= 0) {
+            ::_exit(2);
+        }
+    }
+}
+
+/// Calls end with a background send and a Send under way, each with a server of those replies.
+void EndUnderTransfers(const std::vector<std::string> &replies, void (*end)()) {
+    ::alarm(60);
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    socklen_t size = sizeof address;
+    ::listen(listener, 2);  // On a port of the system's choice.
+    ::getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
+    staticHost.message = MakeSmallMessage();
+    staticHost.client = MakeClientFor(ntohs(address.sin_port));
+    ISmtpClient *const direct = MakeClientFor(ntohs(address.sin_port)).release();
+    for (ISmtpClient *client : {staticHost.client.get(), direct}) {
+        client->SetUseTls(true);
+        client->SetMessage(staticHost.message.get());
+    }
+    staticHost.client->SendAsync();
+    std::thread([direct] { direct->Send(); }).detach();
+    TalkAndFallSilent(listener, replies);
+    TalkAndFallSilent(listener, replies);
+    end();
+}
+
+TEST(ProcessEndDeathTest, NeitherHangsNorCrashesUnderTransfers) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";  // In a process made afresh.
+    const std::vector<std::string> conversations[] = {
+        {"220 x\r\n"},                                             // No answer to EHLO.
+        {"220 x\r\n", "250-x\r\n250 STARTTLS\r\n", "220 go\r\n"},  // None to the TLS handshake.
+    };
+    const auto exitHere = [] { std::exit(0); };
+    const auto exitElsewhere = [] { std::thread([] { std::exit(0); }).join(); };
+    for (const std::vector<std::string> &replies : conversations) {
+        EXPECT_EXIT(EndUnderTransfers(replies, exitHere), testing::ExitedWithCode(0), "");
+        EXPECT_EXIT(EndUnderTransfers(replies, exitElsewhere), testing::ExitedWithCode(0), "");
+    }
+}
+
+}  // namespace
+}  // namespace SMTPClientNS

@@ -1,0 +1,97 @@
+#!/usr/bin/python3
+"""What the compiler does not see to.
+
+checks.py layers SOURCE   the folders' edges; places of the operations in the public headers
+checks.py binary LIBRARY  exports and soname
+checks.py unload LIBRARY  a client goes on when the library has been unloaded under it
+"""
+import _ctypes
+import ctypes
+import pathlib
+import re
+import subprocess
+import sys
+
+BASE = "smtpclient/ platform/"
+CURL = " <curl/curl.h>"
+ONLY_CONVERSION = " compose/text_conversion.h"
+LOG = BASE + ONLY_CONVERSION + CURL + " transport/result_catalogue.h"
+MAY_INCLUDE = {  # Beside standard headers and the folder itself.
+    "include": "smtpclient/",
+    "platform": BASE + " POSIX",
+    "compose": BASE,
+    "message": BASE + ONLY_CONVERSION,
+    "transport": BASE + ONLY_CONVERSION + CURL,
+    "log": LOG,
+    "async": LOG + " client/prepare_send.h",
+    "client": BASE + CURL + " compose/ message/ transport/ log/ async/",
+}
+ONE_PAIR = {("compose", "<curl/curl.h>"): "body_tree", ("compose", "<iconv.h>"): "charset_converter"}
+OPERATIONS = {
+    "smtp_client.h": """Send SendAsync CancelAsync GetLogText SetLogFile GetLastLogEntry GetLastResult
+        SetProxy GetProxyValue SetProxyEnabled IsProxyEnabled SetCompletionSink GetCompletionSink
+        SetVerifyPeer GetVerifyPeer SetVerifyStatus GetVerifyStatus SetUseTls GetUseTls SetTlsVersion
+        GetTlsVersion SetConnectTimeout GetConnectTimeout SetUserName GetUserName SetPassword
+        GetPassword SetBearerToken GetBearerToken SetHost GetHost SetPort GetPort AddRef Release
+        SetMessage GetMessage""",
+    "mime_message.h": """Reset Release AddRecipient GetRecipientCount GetRecipient AddCc GetCcCount GetCc
+        AddBcc GetBccCount GetBcc AddAttachment GetAttachmentCount GetAttachment AddInlineImage
+        GetInlineImageCount GetInlineImagePath GetInlineImageId SetSender GetSender SetPriority
+        GetPriority SetSubject GetSubject SetCharset GetCharset LoadBodyFromFile SetHtmlBody
+        GetHtmlBody SetTextBody GetTextBody""",
+    "completion_sink.h": "Reserved OnSendComplete",
+}
+EXPORTS = """CreateMimeMessage CreateSmtpClient SmtpClientDispatchEvents SmtpClientEventFd
+    SmtpClientSetMessageBox SmtpClientWaitEvents"""
+
+
+def is_allowed(folder, file, bracketed, name):
+    if bracketed and re.fullmatch(r"[a-z_]+", name):
+        return True
+    if (folder, f"<{name}>") in ONE_PAIR:
+        return file.stem == ONE_PAIR[folder, f"<{name}>"]
+    allowed = MAY_INCLUDE[folder].split()
+    if bracketed and not name.startswith("smtpclient/"):
+        return f"<{name}>" in allowed or "POSIX" in allowed
+    return name.split("/")[0] == folder or name in allowed or name.split("/")[0] + "/" in allowed
+
+
+def layers(source):
+    for folder in MAY_INCLUDE:
+        for file in (pathlib.Path(source) / folder).rglob("*.*"):
+            text = file.read_text()
+            for kind, name in re.findall(r'#\s*include\s*([<"])([^>"]+)', text):
+                if not is_allowed(folder, file, kind == "<", name):
+                    yield f"{file}: may not include {name}"
+            if folder != "platform" and re.search(r"^#\s*(if|elif|ifdef)\b", text, re.M):
+                yield f"{file}: platform conditional"
+            found = re.findall(r"^    virtual [^~(]*?(\w+)\(", text, re.M)
+            if found != OPERATIONS.get(file.name if folder == "include" else "", " ".join(found)).split():
+                yield f"{file}: operations have changed places"
+
+
+def binary(library):
+    symbols = subprocess.check_output(["nm", "-D", "--defined-only", library], text=True)
+    if sorted(symbols.split()[2::3]) != EXPORTS.split():
+        yield "exports:\n" + symbols
+    dynamic = subprocess.check_output(["readelf", "-d", library], text=True)
+    if "soname: [libsmtpclient.so.1]" not in dynamic:
+        yield "soname:\n" + dynamic
+
+
+def unload(library):
+    loaded = ctypes.CDLL(library)
+    loaded.CreateSmtpClient.restype = ctypes.c_void_p
+    client = ctypes.c_void_p(loaded.CreateSmtpClient())
+    table = ctypes.cast(client, ctypes.POINTER(ctypes.POINTER(ctypes.c_void_p)))[0]
+    operation = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p)
+    operation(table[2 + 1])(client)  # SendAsync
+    wait = loaded.SmtpClientWaitEvents
+    _ctypes.dlclose(loaded._handle)
+    operation(table[2 + 34])(client)  # Release
+    if wait(60000) != 1:
+        yield "no report"
+
+
+faults = list({"layers": layers, "binary": binary, "unload": unload}[sys.argv[1]](sys.argv[2]))
+sys.exit("\n".join(faults) or 0)

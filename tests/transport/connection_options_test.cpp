@@ -1,0 +1,106 @@
+#include "transport/connection_options.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+
+#include "tests/support/host_tools.h"
+#include "transport/curl_handles.h"
+
+#undef curl_easy_setopt
+#pragma GCC diagnostic ignored "-Wvarargs"  // clang: an enumeration is libcurl's own choice.
+
+/// "PORT=25 " for each option that was set, in order.
+static std::string optionsSet;
+
+/// Stands in front of libcurl's own, since no option can be read back from a handle.
+extern "C" CURLcode curl_easy_setopt(CURL *handle, CURLoption option, ...) {
+    static const auto libcurlsOwn = reinterpret_cast<CURLcode (*)(CURL *, CURLoption, ...)>(
+        ::dlsym(RTLD_NEXT, "curl_easy_setopt"));
+    std::va_list values;
+    va_start(values, option);
+    const auto value = va_arg(values, long);
+    va_end(values);
+    const curl_easyoption &known = *curl_easy_option_by_id(option);
+    const bool isText = known.type == CURLOT_STRING;
+    optionsSet += known.name + std::string("=") +
+                  (isText ? reinterpret_cast<const char *>(value) : std::to_string(value)) + " ";
+    return libcurlsOwn(handle, option, value);
+}
+
+namespace SMTPClientNS {
+namespace {
+
+using C = ISmtpClient &;
+
+const std::string Url = "URL=smtp://mx.example ";
+const std::string Server = Url + "PORT=25 CONNECTTIMEOUT=0 ";
+const std::string Tls = "USE_SSL=3 SSLVERSION=0 ";
+const std::string NoChecks = "SSL_VERIFYPEER=0 SSL_VERIFYHOST=0 SSL_VERIFYSTATUS=0 ";
+const std::string Login = "USERNAME=u PASSWORD=p XOAUTH2_BEARER=t\xC3\xB6k ";
+const std::string ToTls = Server + Login;
+const std::string ToChecks = ToTls + Tls;
+const std::string Rest = Login + Tls + NoChecks;
+const std::string All = Server + Rest;
+const std::string Proxy = "PROXY=p PROXYPORT=1 PROXYTYPE=";
+
+TEST(ConnectionOptions, AreSetInOrderUntilOneStops) {
+    struct Case {
+        void (*change)(ISmtpClient &client);
+        std::string expected;
+        std::int32_t code = CURLE_OK;
+    };
+    const Case cases[] = {
+        {[](C) {}, All},
+        {[](C c) { c.SetPort(-1); }, Url + "PORT=-1 ", 43},
+        {[](C c) { c.SetPort(65536); }, Url + "PORT=65536 ", 43},
+        {[](C c) { c.SetPort(465); }, Url + "PORT=465 CONNECTTIMEOUT=0 " + Rest},
+        {[](C c) { c.SetConnectTimeout(-1); }, Url + "PORT=25 " + Rest},
+        {[](C c) { c.SetConnectTimeout(5); }, Url + "PORT=25 CONNECTTIMEOUT=5 " + Rest},
+        {[](C c) { c.SetUserName(u""); }, Server, 94},
+        {[](C c) { c.SetPassword(u""); }, Server, 94},
+        // The host is asked for ahead of port and login, and behind the proxy.
+        {[](C c) {
+             c.SetHost(u"");
+             c.SetPort(-1);
+             c.SetPassword(u"");
+             c.SetProxy(u"p", 1, 2, nullptr, nullptr);
+         },
+         Proxy + "5 ", 3},
+        {[](C c) { c.SetBearerToken(nullptr); },
+         Server + "USERNAME=u PASSWORD=p " + Tls + NoChecks},
+        {[](C c) { c.SetTlsVersion(1); }, ToTls + "USE_SSL=3 SSLVERSION=262148 " + NoChecks},
+        {[](C c) { c.SetTlsVersion(2); }, ToTls + "USE_SSL=3 SSLVERSION=327685 " + NoChecks},
+        {[](C c) { c.SetTlsVersion(3); }, ToTls + "USE_SSL=3 SSLVERSION=393222 " + NoChecks},
+        {[](C c) { c.SetTlsVersion(4); }, ToTls + "USE_SSL=3 SSLVERSION=458759 " + NoChecks},
+        {[](C c) { c.SetTlsVersion(5); }, ToTls + "USE_SSL=3 " + NoChecks},
+        {[](C c) { c.SetUseTls((c.SetTlsVersion(3), false)); }, ToTls + "USE_SSL=0 " + NoChecks},
+        {[](C c) { c.SetVerifyPeer(2); },
+         ToChecks + "SSL_VERIFYPEER=1 SSL_OPTIONS=16 SSL_VERIFYSTATUS=0 "},
+        {[](C c) { c.SetVerifyStatus(true); },
+         ToChecks + "SSL_VERIFYPEER=0 SSL_VERIFYHOST=0 SSL_VERIFYSTATUS=1 "},
+        {[](C c) { c.SetProxyEnabled(true); }, "PROXY= PROXYPORT=-1 PROXYTYPE=5 " + All},
+        {[](C c) { c.SetProxy(u"p", 1, 0, u"", u""); }, Proxy + "4 " + All},
+        {[](C c) { c.SetProxy(u"p", 1, 1, u"a", u""); }, Proxy + "6 " + All},
+        {[](C c) { c.SetProxy(u"p", 1, 3, u"", u"b"); }, Proxy + "7 " + All},
+        {[](C c) { c.SetProxy(u"p", 1, 7, u"a", u"b"); },
+         Proxy + "5 PROXYUSERNAME=a PROXYPASSWORD=b " + All},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.expected);
+        const Client client = MakeClient();
+        client->SetHost(u"mx.example");
+        client->SetPort(25);
+        client->SetUserName(u"u");
+        client->SetPassword(u"p");
+        client->SetBearerToken(u"tök");
+        c.change(*client);
+        optionsSet.clear();
+        EXPECT_EQ(ApplyConnectionOptions(MakeEasyHandle().get(), client.get()), c.code);
+        EXPECT_EQ(optionsSet, "NOSIGNAL=1 " + c.expected);
+    }
+}
+
+}  // namespace
+}  // namespace SMTPClientNS
