@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include <smtpclient/smtpclient.h>
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 namespace SMTPClientNS {
@@ -17,6 +19,20 @@ inline void Require(bool holds) {
     if (!holds) {
         std::abort();
     }
+}
+
+/// What cannot be converted is not worth a line on the standard error stream.
+inline void SilenceMessageBox() {
+    SmtpClientSetMessageBox([](const char16_t *, const char16_t *, std::uint32_t, void *) {},
+                            nullptr);
+}
+
+/// All that a send needs beside a message.
+inline void FillIn(ISmtpClient &client, int port) {
+    client.SetHost(u"127.0.0.1");
+    client.SetPort(port);
+    client.SetUserName(u"u");
+    client.SetPassword(u"p");
 }
 
 /// Takes values off the front of a fuzzer's bytes; past their end everything is zero or empty.

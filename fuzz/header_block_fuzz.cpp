@@ -3,18 +3,10 @@
 #include "compose/header_block.h"
 #include "fuzz/fuzz_input.h"
 #include "message/mime_message.h"
-#include "platform/message_box.h"
-
-namespace {
-
-void IgnoreBox(const char16_t * /*text*/, const char16_t * /*caption*/, std::uint32_t /*style*/,
-               void * /*context*/) {}
-
-}  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace SMTPClientNS;
-    SetMessageBox(IgnoreBox, nullptr);
+    SilenceMessageBox();
     CFuzzInput input(data, size);
     CMimeMessage message;
     message.SetPriority(input.Byte() % 4);
@@ -33,10 +25,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     }
     auto *const client = new CSmtpClientWrapper;
     client->SetMessage(&message);
-    client->SetHost(u"127.0.0.1");
-    client->SetPort(1);
-    client->SetUserName(u"u");
-    client->SetPassword(u"p");
+    FillIn(*client, 1);
 
     NarrowString block;
     BuildHeaderBlock(client, block);

@@ -57,11 +57,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     message.AddRecipient(u"c@d", nullptr);
     message.SetTextBody(u"hello\r\n");
     ISmtpClient *const client = CreateSmtpClient();
-    client->SetHost(u"127.0.0.1");
-    client->SetPort(server.Port());
+    FillIn(*client, server.Port());
     client->SetUseTls(useTls);
-    client->SetUserName(u"u");
-    client->SetPassword(u"p");
     client->SetMessage(&message);
     std::thread answering([&input] { server.AnswerOnce(input.Rest()); });
     const std::int32_t code = client->Send();

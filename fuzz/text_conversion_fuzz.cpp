@@ -2,7 +2,6 @@
 #include "compose/encoded_word.h"
 #include "compose/text_conversion.h"
 #include "fuzz/fuzz_input.h"
-#include "platform/message_box.h"
 
 namespace {
 
@@ -10,14 +9,11 @@ constexpr const char *Charsets[] = {"UTF-8",       "utf-8",  "ISO-8859-1", "Shif
                                     "ISO-2022-JP", "UTF-16", "UTF-7",      "GB18030",
                                     "EUC-KR",      "UTF-32", "ASCII",      "BIG5-HKSCS"};
 
-void IgnoreBox(const char16_t * /*text*/, const char16_t * /*caption*/, std::uint32_t /*style*/,
-               void * /*context*/) {}
-
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace SMTPClientNS;
-    SetMessageBox(IgnoreBox, nullptr);
+    SilenceMessageBox();
     CFuzzInput input(data, size);
     const std::uint8_t choice = input.Byte();
     const std::string charset = choice < 0xC0 ? Charsets[choice % std::size(Charsets)]

@@ -4,8 +4,8 @@ using namespace SMTPClientNS;
 
 namespace {
 
-// Every send needs a name and a password. Beside a token, or at a server that asks for no login,
-// they go unused.
+// Every send needs a name and a password. At a server that asks for no login they go unused, and
+// the password does beside a token.
 constexpr const char16_t *UnusedName = u"anonymous";
 constexpr const char16_t *UnusedPassword = u"unused";
 

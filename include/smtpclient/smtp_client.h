@@ -82,8 +82,9 @@ public:
     virtual ~ISmtpClient() = default;
 
     /// Sends the message and returns when the transfer has ended: a ResultCode. There is no limit
-    /// of time but SetConnectTimeout for the connection and libcurl's own 120 s for each answer of
-    /// the server.
+    /// of time but SetConnectTimeout, libcurl's own 120 s for each answer of the server, and as
+    /// much for the answer to QUIT after a refusal; none at all while the server takes the mail's
+    /// text.
     virtual std::int32_t Send() = 0;
 
     /// Composes the mail now and sends it in the background; the sink is told of the end.
@@ -146,7 +147,8 @@ public:
     virtual void GetProxyValue(char16_t *buffer, std::int32_t index) const = 0;
 
     /// Switches the proxy on or off; off in a new client. When off, libcurl's own rule applies: it
-    /// takes a proxy that the process's environment names (all_proxy).
+    /// takes a proxy that the process's environment names (all_proxy, smtp_proxy). A no_proxy of
+    /// the environment also applies to the proxy of SetProxy.
     virtual void SetProxyEnabled(bool enabled) = 0;
     virtual bool IsProxyEnabled() const = 0;
 
@@ -175,8 +177,9 @@ public:
     virtual void SetTlsVersion(std::int32_t version) = 0;
     virtual std::int32_t GetTlsVersion() const = 0;
 
-    /// Seconds until a connection has to stand, the SMTP greeting included. 0, the default, means
-    /// libcurl's own limit of 300; negative values set no limit of ours, which comes to the same.
+    /// Seconds until the connection has to stand, TLS and login included. 0, the default, means
+    /// libcurl's own limits, 300 in all and 120 for each answer; negative values set no limit of
+    /// ours, which comes to the same.
     virtual void SetConnectTimeout(std::int32_t seconds) = 0;
     virtual std::int32_t GetConnectTimeout() const = 0;
 
@@ -185,7 +188,8 @@ public:
     virtual void SetUserName(const char16_t *text) = 0;
     virtual const char16_t *GetUserName() const = 0;
 
-    /// Login password. Null is ignored. Needed beside a bearer token, too, for which any text does.
+    /// Login password. Null is ignored. Needed beside a bearer token, too, where it goes
+    /// unused unless the server offers a mechanism that libcurl prefers to the token's.
     virtual void SetPassword(const char16_t *text) = 0;
     virtual const char16_t *GetPassword() const = 0;
 
