@@ -57,8 +57,9 @@ bool IsSpecialFile(const NarrowString &path) {
 std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_t sizeLimit) {
     const CUniqueFd file = OpenFile(path, O_RDONLY);
     struct stat status = {};
-    if (!file || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        static_cast<std::uint64_t>(status.st_size) >= sizeLimit || !Lock(file, LOCK_SH)) {
+    // Its size under the lock: who has held it may have been writing.
+    if (!file || !Lock(file, LOCK_SH) || ::fstat(file.Get(), &status) != 0 ||
+        !S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) >= sizeLimit) {
         return std::nullopt;
     }
     NarrowString content(static_cast<std::size_t>(status.st_size), '\0');
