@@ -67,7 +67,6 @@ class SendMail(unittest.TestCase):
                     (1, 'denied', *TOKEN, PLAIN, '--token-file=wrong', '--background'),
                     (2, '--subject: a line break', *LOGIN, '--subject=a\nBcc: x@example.org'),
                     (2, '--to: a line break', *LOGIN, '--to=x\r <x@example.org>'),
-                    (2, '--image: a line break', *LOGIN, '--image=lines=a\nb'),
                     (2, 'not one mail address', *LOGIN, '--to=x@example.org> SIZE=1'),
                     (2, 'not a text in UTF-8', *LOGIN, b'--subject=\xff'),
                     (2, 'Password: exactly one line', *LOGIN, '--password-file=two'),
@@ -79,7 +78,9 @@ class SendMail(unittest.TestCase):
     def test_text_from_files_and_locales(self):
         subprocess.run(['localedef', '-ide_DE', '-fISO-8859-1', self.folder / 'de_DE.ISO-8859-1'])
         self.send(0, KEPT, *LOGIN, PLAIN, '--text-file=lines', '--from="Doe, J." <a@example.org>')
-        self.environment |= {'LC_ALL': 'de_DE.ISO-8859-1', 'LOCPATH': str(self.folder)}
+        # Under LOCPATH, setlocale itself loses a few bytes.
+        self.environment |= {'LC_ALL': 'de_DE.ISO-8859-1', 'LOCPATH': str(self.folder),
+                             'ASAN_OPTIONS': 'detect_leaks=0'}
         self.send(0, KEPT, *LOGIN, PLAIN, '--text-file=lines', b'--from=Zo\xeb <a@example.org>')
         for number, name in (1, 'Doe, J.'), (2, 'Zoë'):
             content = (self.folder / f'received/mail-{number}.eml').read_bytes()
