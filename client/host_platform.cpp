@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <chrono>
+#include <memory>
 #include <new>
 
 #include <smtpclient/host_platform.h>
@@ -9,17 +10,30 @@
 
 using SMTPClientNS::CCompletionQueue;
 
-int SmtpClientEventFd(void) {
+namespace {
+
+/// This thread's queue; null if there is no memory for one, so that nothing can wait in it.
+std::shared_ptr<CCompletionQueue> ThisQueue() {
     try {
-        return CCompletionQueue::ForThisThread()->Descriptor();
+        return CCompletionQueue::ForThisThread();
     } catch (const std::bad_alloc &) {
-        errno = ENOMEM;
-        return -1;
+        return nullptr;
     }
 }
 
+}  // namespace
+
+int SmtpClientEventFd(void) {
+    if (const auto queue = ThisQueue()) {
+        return queue->Descriptor();
+    }
+    errno = ENOMEM;
+    return -1;
+}
+
 int SmtpClientDispatchEvents(void) {
-    return CCompletionQueue::ForThisThread()->Dispatch();
+    const auto queue = ThisQueue();
+    return queue != nullptr ? queue->Dispatch() : 0;
 }
 
 int SmtpClientWaitEvents(int timeoutMs) {
@@ -27,7 +41,10 @@ int SmtpClientWaitEvents(int timeoutMs) {
     if (timeoutMs >= 0) {
         deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     }
-    const auto queue = CCompletionQueue::ForThisThread();
+    const auto queue = ThisQueue();
+    if (queue == nullptr) {
+        return 0;
+    }
     queue->WaitForWork(deadline);
     return queue->Dispatch();
 }

@@ -1,4 +1,5 @@
 #include <new>
+#include <optional>
 
 #include "client/prepare_send.h"
 #include "client/smtp_client_wrapper.h"
@@ -12,13 +13,14 @@ std::int32_t CSmtpClientWrapper::Send() {
     log.lastResult = NothingToSend;
     log.replacedResult.reset();
     ReleaseSendHandles(sendHandles);
-    const std::int32_t preparation = Prepare();
+    std::optional<CRunningSend> running;
+    const std::int32_t preparation = Prepare(running);
     const std::int32_t code = preparation == 0 ? PerformTransfer(sendHandles) : preparation;
     trace.Finish();
     log.lastResult = code;
     try {
         if (preparation == 0) {
-            LogTransfer();
+            LogTransfer(*running);
         }
         log.logLines = trace.Dialogue().TakeEntries(ClosingEntry(code));
     } catch (const std::bad_alloc &) {
@@ -27,8 +29,9 @@ std::int32_t CSmtpClientWrapper::Send() {
     return GetPublicCode(GetResultCatalogue(), code);
 }
 
-std::int32_t CSmtpClientWrapper::Prepare() {
+std::int32_t CSmtpClientWrapper::Prepare(std::optional<CRunningSend> &running) {
     try {
+        running.emplace();
         GetResultCatalogue();  // At its first use it takes memory, which the end must not lack.
         MakeSendHandles(sendHandles);
         ClearLogStores(log);
@@ -39,12 +42,12 @@ std::int32_t CSmtpClientWrapper::Prepare() {
     }
 }
 
-void CSmtpClientWrapper::LogTransfer() {
+void CSmtpClientWrapper::LogTransfer(const CRunningSend &running) {
     if (logFilePath.empty()) {
-        HandOverTrace(trace);
+        HandOverTrace(trace, running, log);
         return;
     }
-    HandOverTraceAndMakeLogPass(trace, log);
+    HandOverTraceAndMakeLogPass(trace, running, log);
     WriteFileLines(log, logFilePath, appendLog);
 }
 

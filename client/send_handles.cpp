@@ -1,6 +1,7 @@
 #include "client/send_handles.h"
 
 #include "platform/never_destroyed.h"
+#include "platform/process.h"
 #include "platform/thread_safety.h"
 #include "transport/curl_use.h"
 
@@ -12,8 +13,8 @@ struct AbandonedHandles {
     std::vector<CURL *> handles GUARDED_BY(mutex);
 };
 
-/// Once the exit handlers of libcurl's libraries may have run, its connections cannot be closed any
-/// more. The handle stays reachable until the process is gone.
+/// A connection that must not be touched: once the exit handlers of libcurl's libraries may have
+/// run, or where it is a parent's, too. The handle stays reachable until the process is gone.
 void Abandon(CurlEasy handle) {
     static CNeverDestroyed<AbandonedHandles> abandoned;
     AbandonedHandles &keeper = abandoned.Get();
@@ -32,6 +33,7 @@ void MakeSendHandles(SendHandles &handles) {
     if (!use.IsGranted()) {
         return;
     }
+    handles.generation = ForkGeneration();
     handles.easyHandle = MakeEasyHandle();
     handles.rootMime = MakeMime(handles.easyHandle);
     handles.bodyMime = MakeMime(handles.easyHandle);
@@ -50,7 +52,7 @@ void ReleaseSendHandles(SendHandles &handles) {
     handles.imageMime.reset();
     handles.attachmentMime.reset();
     handles.rootMime.reset();
-    if (!use.IsGranted()) {
+    if (!use.IsGranted() || handles.generation != ForkGeneration()) {
         Abandon(std::move(handles.easyHandle));
     }
     handles.easyHandle.reset();

@@ -1,6 +1,7 @@
 #ifndef CLIENT_SEND_HANDLES_H
 #define CLIENT_SEND_HANDLES_H
 
+#include <cstdint>
 #include <vector>
 
 #include "platform/text_types.h"
@@ -22,6 +23,7 @@ struct SendHandles {
     CurlList recipientList;   ///< RCPT TO; libcurl works on the list itself.
     CurlList headerList;      ///< The whole header block as one entry.
 
+    std::uint32_t generation = 0;     ///< ForkGeneration of the process that made them.
     NarrowString senderAddress;       ///< MAIL FROM.
     std::vector<NarrowString> files;  ///< Paths of what libcurl opens during the transfer.
 
@@ -36,7 +38,8 @@ struct SendHandles {
 void MakeSendHandles(SendHandles &handles);
 
 /// Frees everything and leaves the handles empty. Closes the connection without waiting for the
-/// server. Does nothing without an easy handle.
+/// server, unless it is a parent process's, which it is left to. Does nothing without an easy
+/// handle.
 void ReleaseSendHandles(SendHandles &handles);
 
 }  // namespace SMTPClientNS

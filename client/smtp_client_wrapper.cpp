@@ -37,7 +37,8 @@ const char16_t *CSmtpClientWrapper::GetLogText() {
     if (log.logLines.empty()) {
         return u"";
     }
-    textBuffer = JoinLogLines(log);
+    const WideString text = JoinLogLines(log);
+    textBuffer = text;  // Copied, not moved: a text of the same length keeps its place.
     return textBuffer.c_str();
 }
 
@@ -54,7 +55,8 @@ void CSmtpClientWrapper::SetLogFile(const char16_t *path, bool append) {
 }
 
 const char16_t *CSmtpClientWrapper::GetLastLogEntry() {
-    textBuffer = LastLogLine(log);
+    const WideString entry = LastLogLine(log);
+    textBuffer = entry;
     return textBuffer.c_str();
 }
 

@@ -2,6 +2,7 @@
 #define CLIENT_SMTP_CLIENT_WRAPPER_H
 
 #include <atomic>
+#include <optional>
 
 #include <smtpclient/smtp_client.h>
 
@@ -66,8 +67,8 @@ public:
 private:
     ~CSmtpClientWrapper() override = default;
 
-    std::int32_t Prepare();
-    void LogTransfer();
+    std::int32_t Prepare(std::optional<CRunningSend> &running);
+    void LogTransfer(const CRunningSend &running);
     NarrowString ClosingEntry(std::int32_t code) const;
 
     IMimeMessage *message = nullptr;            // The host's.

@@ -14,6 +14,8 @@ install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/smtpclient-config-version.cmake
     DESTINATION ${package_dir})
 
+# Relative, so that the file also holds after an install to another prefix.
+file(RELATIVE_PATH pc_to_prefix /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
 configure_file(cmake/smtpclient.pc.in smtpclient.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/smtpclient.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

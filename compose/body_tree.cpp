@@ -18,8 +18,9 @@ constexpr const char *HtmlType = "text/html; charset=";
 constexpr const char *TextType = "text/plain; charset=";
 constexpr const char *FileEncoding = "base64";
 
-// libcurl's refusals, which only a lack of memory brings about, are not looked at: each leaves at
-// most a part without content, and a null part is refused by every later call.
+// libcurl's refusals are not looked at. A file that cannot be read ends the transfer with
+// CURLE_READ_ERROR; any other comes of a lack of memory and leaves at most a part without content.
+// A null part is refused by every later call.
 
 const IMimeMessage *MessageOf(const ISmtpClient *client) {
     return client != nullptr ? client->GetMessage() : nullptr;

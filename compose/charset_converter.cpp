@@ -23,6 +23,10 @@ void *InvalidDescriptor() noexcept {
     return reinterpret_cast<void *>(-1);  // NOLINT(*-int-to-ptr): the value that iconv_open gives
 }
 
+void EndConverter(void *converter) noexcept {
+    const std::unique_ptr<CCharsetConverter> ending(static_cast<CCharsetConverter *>(converter));
+}
+
 /// The units in the byte order of SourceCharset. Null if there is no memory.
 std::unique_ptr<char[]> CopyLittleEndian(std::u16string_view text) {
     std::unique_ptr<char[]> copy(new (std::nothrow) char[text.size() * 2 + 1]);
@@ -82,7 +86,7 @@ std::int32_t CCharsetConverter::ConvertBuffer(std::string_view utf16,
                                               ConvertedText &converted) {
     const std::size_t capacity = utf16.size() * OutputBytesPerInputByte + 1;
     // Pages that stay untouched cost nothing, which matters for a buffer of this size.
-    converted.buffer.reset(static_cast<char *>(std::calloc(capacity, 1)));
+    converted.buffer.reset(static_cast<char *>(std::calloc(capacity + 1, 1)));
     if (converted.buffer == nullptr) {
         return ConvertRefused;
     }
@@ -144,8 +148,7 @@ bool CCharsetConverter::ConvertAll(std::string_view input, char *&output, std::s
 }
 
 CCharsetConverter &GetCharsetConverter() {
-    static const CThreadSlot slot(
-        [](void *converter) { delete static_cast<CCharsetConverter *>(converter); });
+    static const CThreadSlot slot(EndConverter);
     if (void *const existing = slot.Get()) {
         return *static_cast<CCharsetConverter *>(existing);
     }

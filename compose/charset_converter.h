@@ -48,7 +48,10 @@ public:
     /// Converts 0-terminated text; a ConvertResult. Converted stays empty on any result but
     /// ConvertDone. A text of nothing but characters that the charset lacks is done, with no bytes.
     ///
-    /// No shift sequence is added behind the last character of a stateful charset.
+    /// BUGS: nothing is added behind the last character. Text in a stateful charset does not shift
+    /// back, which readers cope with. In the few charsets whose characters may combine with the
+    /// next (BIG5-HKSCS, EUC-JISX0213) a last character that might is lost; a line end behind it
+    /// helps.
     std::int32_t ConvertWideToCharset(const NarrowString &charsetName, const char16_t *text,
                                       ConvertedText &converted);
 

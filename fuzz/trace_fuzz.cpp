@@ -54,7 +54,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     }
     ClientLog log;
     log.lastResult = 0;
-    HandOverTraceAndMakeLogPass(trace, log);
+    HandOverTraceAndMakeLogPass(trace, CRunningSend(), log);
     std::string joined;
     for (const NarrowString &chunk : log.fileLines.Bytes()) {
         joined += chunk;

@@ -24,6 +24,16 @@ bool StartsLogin(std::string_view line) {
                       [](char said, char upper) { return (said & ~0x20) == (upper & ~0x20); });
 }
 
+/// libcurl's own idea of an answer within a login: a code, then a blank or the line's end. It goes
+/// on past any other line, and so does the hiding; a code that asks for more ends nothing.
+bool EndsLogin(std::string_view line) {
+    const std::string_view code = line.substr(0, ReplyCodeLength);
+    const bool isNumber = code.find_first_not_of("0123456789") == std::string_view::npos;
+    const bool isAnswer = line.size() > ReplyCodeLength && isNumber &&
+                          (line[ReplyCodeLength] == ' ' || line.size() == ReplyCodeLength + 2);
+    return isAnswer && code.front() != '3';
+}
+
 /// "AUTH PLAIN AGEAYg==" without what stands behind the mechanism.
 NarrowString WithoutInitialResponse(std::string_view line) {
     const std::size_t behindMechanism = line.find(' ', AuthCommand.size());
@@ -50,6 +60,7 @@ void CDialogue::Clear() {
 void CDialogue::ServerSaid(std::string_view line) {
     AddMailRow();
     AddRows(ServerLabel, line);
+    inLogin = inLogin && !EndsLogin(line);
     const std::string_view text = WithoutLineEnd(line);
     if (openReply.empty()) {
         openReply = Shown(text.substr(0, ReplyCodeLength));
@@ -62,11 +73,9 @@ void CDialogue::ServerSaid(std::string_view line) {
     if (goesOn) {
         return;
     }
-    const NarrowString reply = std::exchange(openReply, {});
-    const bool asksForMore = !reply.empty() && reply.front() == '3';
-    inLogin = inLogin && asksForMore;
+    NarrowString reply = std::exchange(openReply, {});
     if (!saidQuit) {
-        lastReply = reply;
+        lastReply = std::move(reply);
     }
 }
 

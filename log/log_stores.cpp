@@ -22,9 +22,9 @@ constexpr std::size_t RuleLength = 82;
 
 struct LogStores {
     CMutex mutex;
-    /// The last entry, and each result block that followed it.
-    NarrowString traceScratch GUARDED_BY(mutex);
-    CEntryQueue pendingFileLines GUARDED_BY(mutex);
+    TraceStore shared GUARDED_BY(mutex);
+    int runningSends GUARDED_BY(mutex) = 0;
+    std::uint64_t startedSends GUARDED_BY(mutex) = 0;
 };
 
 std::atomic<LogStores *> processStores{nullptr};
@@ -61,37 +61,57 @@ NarrowString ResultBlock(std::int32_t code) {
            NarrowString(RuleLength, '=') + "\n\n";
 }
 
-void TakeTrace(LogStores &stores, CTransferTrace &trace) REQUIRES(stores.mutex) {
-    stores.traceScratch = trace.Scratch();
-    stores.pendingFileLines = std::exchange(trace.FileLines(), {});
+/// Keeps the trace where the passes behind it look for it.
+void KeepTrace(LogStores &stores, CTransferTrace &trace, const CRunningSend &send,
+               ClientLog &client) REQUIRES(stores.mutex) {
+    TraceStore ended = {trace.Scratch(), std::exchange(trace.FileLines(), {})};
+    if (send.HasMetAnother(stores.startedSends)) {
+        client.ownTrace = std::move(ended);
+    } else {
+        stores.shared = std::move(ended);
+    }
 }
 
 void MakePass(LogStores &stores, ClientLog &client) REQUIRES(stores.mutex) {
     const std::int32_t code = client.replacedResult.value_or(client.lastResult);
-    stores.traceScratch += ResultBlock(code);
-    stores.pendingFileLines.Append(stores.traceScratch);
+    TraceStore &store = client.ownTrace ? *client.ownTrace : stores.shared;
+    store.scratch += ResultBlock(code);
+    store.fileLines.Append(store.scratch);
     if (code != 0) {
         client.replacedResult = code;
         client.lastResult = GetPublicCode(GetResultCatalogue(), code);
     }
-    client.fileLines.Append(std::exchange(stores.pendingFileLines, {}));
+    client.fileLines.Append(std::exchange(store.fileLines, {}));
 }
 
 }  // namespace
 
+CRunningSend::CRunningSend() {
+    LogStores &stores = TheStores();
+    const CLock lock(stores.mutex);
+    startedAlone = stores.runningSends++ == 0;
+    startNumber = ++stores.startedSends;
+}
+
+CRunningSend::~CRunningSend() {
+    LogStores &stores = TheStores();
+    const CLock lock(stores.mutex);
+    --stores.runningSends;
+}
+
 void ClearLogStores(ClientLog &client) {
     client.logLines.clear();
     client.fileLines.Clear();
+    client.ownTrace.reset();
     LogStores &stores = TheStores();
     const CLock lock(stores.mutex);
-    stores.pendingFileLines.Clear();
-    stores.traceScratch.clear();
+    stores.shared = {};
 }
 
-void HandOverTrace(CTransferTrace &trace) {
+void HandOverTrace(CTransferTrace &trace, const CRunningSend &send, ClientLog &client) {
     LogStores &stores = TheStores();
     const CLock lock(stores.mutex);
-    TakeTrace(stores, trace);
+    KeepTrace(stores, trace, send, client);
 }
 
 void MakeLogPass(ClientLog &client) {
@@ -100,10 +120,11 @@ void MakeLogPass(ClientLog &client) {
     MakePass(stores, client);
 }
 
-void HandOverTraceAndMakeLogPass(CTransferTrace &trace, ClientLog &client) {
+void HandOverTraceAndMakeLogPass(CTransferTrace &trace, const CRunningSend &send,
+                                 ClientLog &client) {
     LogStores &stores = TheStores();
     const CLock lock(stores.mutex);
-    TakeTrace(stores, trace);
+    KeepTrace(stores, trace, send, client);
     MakePass(stores, client);
 }
 

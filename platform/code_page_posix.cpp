@@ -38,37 +38,55 @@ public:
 
     /// Converts all of input. faultLength tells how many bytes to replace at a place that cannot
     /// be converted.
+    ///
+    /// At a fault the C library converts again all that it was offered before: behind one it is
+    /// offered little, or a text of nothing but faults would take a hundred times as long.
     template <typename FaultLength>
     NarrowString Run(std::string_view input, std::string_view replacement,
                      const FaultLength &faultLength) const {
         NarrowString output;
-        std::array<char, 4096> piece;
-        char *in = const_cast<char *>(input.data());
-        std::size_t inLeft = input.size();
-        while (inLeft != 0) {
-            char *out = piece.data();
-            std::size_t outLeft = piece.size();
-            const bool failed =
-                ::iconv(descriptor, &in, &inLeft, &out, &outLeft) == static_cast<std::size_t>(-1);
-            const int reason = errno;
-            output.append(piece.data(), piece.size() - outLeft);
-            if (failed && reason != E2BIG && inLeft != 0) {
-                output += replacement;
-                const std::size_t skipped =
-                    std::min(inLeft, faultLength(std::string_view(in, inLeft)));
-                in += skipped;
-                inLeft -= skipped;
+        std::size_t window = LargestWindow;
+        while (!input.empty()) {
+            const std::string_view offered = input.substr(0, window);
+            const auto [left, reason] = Step(offered, output);
+            input.remove_prefix(offered.size() - left);
+            const bool isCut = reason == EINVAL && left < offered.size() && left < input.size();
+            if (reason == 0 || reason == E2BIG || isCut) {
+                window = std::min(window * 2, LargestWindow);
+                continue;
             }
+            output += replacement;
+            input.remove_prefix(std::min(input.size(), faultLength(input)));
+            window = SmallestWindow;
         }
         // Some charsets keep back a last character that the next might have combined with.
-        char *out = piece.data();
-        std::size_t outLeft = piece.size();
-        ::iconv(descriptor, nullptr, nullptr, &out, &outLeft);
-        output.append(piece.data(), piece.size() - outLeft);
+        Step({}, output);
         return output;
     }
 
 private:
+    static constexpr std::size_t SmallestWindow = 64;  // Bytes, as the next.
+    static constexpr std::size_t LargestWindow = 4096;
+
+    struct StepResult {
+        std::size_t left;  ///< Bytes of the input, not consumed.
+        int reason;        ///< An errno value; 0 if all is well.
+    };
+
+    /// One call of iconv. Without input it ends the text.
+    StepResult Step(std::string_view input, NarrowString &output) const {
+        std::array<char, LargestWindow> piece;
+        char *in = const_cast<char *>(input.data());  // iconv does not write to it.
+        std::size_t inLeft = input.size();
+        char *out = piece.data();
+        std::size_t outLeft = piece.size();
+        const bool failed = ::iconv(descriptor, in != nullptr ? &in : nullptr, &inLeft, &out,
+                                    &outLeft) == static_cast<std::size_t>(-1);
+        const int reason = failed ? errno : 0;
+        output.append(piece.data(), piece.size() - outLeft);
+        return {inLeft, reason};
+    }
+
     iconv_t descriptor;
 };
 

@@ -53,7 +53,7 @@ public:
     void WaitForWork(Deadline deadline);
 
 private:
-    static void EndThread(void *holder);
+    static void EndThread(void *holder) noexcept;
 
     Work TakeFirst();
     void Close();

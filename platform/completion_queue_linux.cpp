@@ -49,7 +49,7 @@ std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
     return fresh.release()->queue;
 }
 
-void CCompletionQueue::EndThread(void *holder) {
+void CCompletionQueue::EndThread(void *holder) noexcept {
     const std::unique_ptr<Holder> ending(static_cast<Holder *>(holder));
     if (ending->generation == ForkGeneration()) {
         ending->queue->Close();

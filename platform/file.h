@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "platform/text_types.h"
 #include "platform/unique_fd.h"
@@ -24,6 +25,25 @@ bool IsSpecialFile(const NarrowString &path);
 /// sizeLimit bytes or more, or cannot be read.
 std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_t sizeLimit);
 
+/// An open file, locked or not, whose lock goes before the descriptor does: the child of a fork may
+/// hold the descriptor for much longer, and would keep the lock with it.
+class CLockedFd {
+public:
+    CLockedFd() = default;
+    explicit CLockedFd(CUniqueFd owned) noexcept : descriptor(std::move(owned)) {}
+    CLockedFd(CLockedFd &&) = default;
+    CLockedFd &operator=(CLockedFd &&) = default;
+    CLockedFd(const CLockedFd &) = delete;
+    CLockedFd &operator=(const CLockedFd &) = delete;
+    ~CLockedFd();
+
+    int Get() const noexcept { return descriptor.Get(); }
+    explicit operator bool() const noexcept { return static_cast<bool>(descriptor); }
+
+private:
+    CUniqueFd descriptor;
+};
+
 /// A file that is open for writing under an exclusive flock, taken without waiting.
 class CExclusiveFile {
 public:
@@ -33,13 +53,14 @@ public:
     /// Opens an existing file at its end.
     static CExclusiveFile Append(const NarrowString &path);
 
-    bool IsOpen() const noexcept { return static_cast<bool>(descriptor); }
+    bool IsOpen() const noexcept { return static_cast<bool>(file); }
 
-    /// Writes all bytes. False if some were not written: a full disk, a pipe that nobody empties.
+    /// Writes all bytes. False if some were not written: a full disk, the process's limit of a
+    /// file's size, a pipe that nobody empties.
     bool Write(std::string_view bytes) const;
 
 private:
-    CUniqueFd descriptor;
+    CLockedFd file;
 };
 
 }  // namespace SMTPClientNS

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,32 +12,47 @@ namespace SMTPClientNS {
 namespace {
 
 /// Without blocking on a pipe that nobody has opened at its other end.
-CUniqueFd OpenFile(const NarrowString &path, int flags) {
+CLockedFd OpenFile(const NarrowString &path, int flags) {
     constexpr mode_t OwnerAlone = S_IRUSR | S_IWUSR;
     int descriptor = -1;
     do {
         descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerAlone);
     } while (descriptor < 0 && errno == EINTR);
-    return CUniqueFd(descriptor);
+    return CLockedFd(CUniqueFd(descriptor));
 }
 
 /// A file system that knows no locks counts as one that nobody locks.
-bool Lock(const CUniqueFd &file, int kind) {
+bool Lock(const CLockedFd &file, int kind) {
     return ::flock(file.Get(), kind | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
-bool IsPipe(const CUniqueFd &file) {
+/// A write at the process's limit (RLIMIT_FSIZE) would send it SIGXFSZ; one that reaches the limit
+/// is only cut short.
+bool IsBelowSizeLimit(const CLockedFd &file) {
+    struct rlimit limit = {};
+    const off_t position = ::lseek(file.Get(), 0, SEEK_CUR);
+    return position < 0 || ::getrlimit(RLIMIT_FSIZE, &limit) != 0 ||
+           static_cast<rlim_t>(position) < limit.rlim_cur;
+}
+
+bool IsPipe(const CLockedFd &file) {
     struct stat status = {};
     return ::fstat(file.Get(), &status) != 0 || S_ISFIFO(status.st_mode);
 }
 
-bool Empty(const CUniqueFd &file) {
+bool Empty(const CLockedFd &file) {
     struct stat status = {};
     return ::fstat(file.Get(), &status) == 0 &&
            (!S_ISREG(status.st_mode) || ::ftruncate(file.Get(), 0) == 0);
 }
 
 }  // namespace
+
+CLockedFd::~CLockedFd() {
+    if (descriptor) {
+        ::flock(descriptor.Get(), LOCK_UN);
+    }
+}
 
 void CloseDescriptor(int descriptor) noexcept {
     const int reported = errno;
@@ -55,7 +71,7 @@ bool IsSpecialFile(const NarrowString &path) {
 }
 
 std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_t sizeLimit) {
-    const CUniqueFd file = OpenFile(path, O_RDONLY);
+    const CLockedFd file = OpenFile(path, O_RDONLY);
     struct stat status = {};
     // Its size under the lock: who has held it may have been writing.
     if (!file || !Lock(file, LOCK_SH) || ::fstat(file.Get(), &status) != 0 ||
@@ -83,26 +99,29 @@ std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_
 
 CExclusiveFile CExclusiveFile::Replace(const NarrowString &path) {
     CExclusiveFile result;
-    CUniqueFd file = OpenFile(path, O_RDWR | O_CREAT);
+    CLockedFd file = OpenFile(path, O_RDWR | O_CREAT);
     // Emptied only under the lock: who holds it may be writing.
     if (file && !IsPipe(file) && Lock(file, LOCK_EX) && Empty(file)) {
-        result.descriptor = std::move(file);
+        result.file = std::move(file);
     }
     return result;
 }
 
 CExclusiveFile CExclusiveFile::Append(const NarrowString &path) {
     CExclusiveFile result;
-    CUniqueFd file = OpenFile(path, O_RDWR);
+    CLockedFd file = OpenFile(path, O_RDWR);
     if (file && Lock(file, LOCK_EX) && ::lseek(file.Get(), 0, SEEK_END) >= 0) {
-        result.descriptor = std::move(file);
+        result.file = std::move(file);
     }
     return result;
 }
 
 bool CExclusiveFile::Write(std::string_view bytes) const {
     while (!bytes.empty()) {
-        const ssize_t count = ::write(descriptor.Get(), bytes.data(), bytes.size());
+        if (!IsBelowSizeLimit(file)) {
+            return false;
+        }
+        const ssize_t count = ::write(file.Get(), bytes.data(), bytes.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }

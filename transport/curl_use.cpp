@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <mutex>
 #include <thread>
 
 #include "platform/process.h"
@@ -33,17 +34,23 @@ void StopTransfers() noexcept {
     }
 }
 
+/// False if libcurl has no memory to start; the next call tries again.
 bool InitialiseOnce() noexcept {
-    static const bool initialised = [] {
-        if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
-            return false;
-        }
-        OnForkInChild(ForgetUsesOfOtherThreads);
-        // Behind the initialisation, so that it runs ahead of the handlers registered there.
-        OnProcessExit(StopTransfers);
-        return true;
-    }();
-    return initialised;
+    struct StartFailed {};
+    static std::once_flag started;
+    try {
+        std::call_once(started, [] {
+            if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
+                throw StartFailed();
+            }
+            OnForkInChild(ForgetUsesOfOtherThreads);
+            // Behind the initialisation, so that it runs ahead of the handlers registered there.
+            OnProcessExit(StopTransfers);
+        });
+    } catch (const StartFailed &) {
+        return false;
+    }
+    return true;
 }
 
 }  // namespace

@@ -120,7 +120,10 @@ Outcome SendInBackground(ISmtpClient &client) {
     constexpr int ProgressIntervalMs = 100;
     COutcomeSink sink;
     client.SetCompletionSink(&sink);
-    client.SendAsync();
+    if (client.SendAsync() < 0) {
+        sink.outcome.text = u"Out of memory.";
+        return sink.outcome;
+    }
     const CProgressLine progress("Sending in the background ... ");
     while (!sink.hasEnded) {
         SmtpClientWaitEvents(ProgressIntervalMs);

@@ -4,6 +4,7 @@
 #include <iconv.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <iomanip>
 #include <iostream>
@@ -85,13 +86,33 @@ bool ParseIsUtf8(const std::string &text) {
     return ParseWord(text, {{"utf-8", 1}, {"locale", 0}}) == 1;
 }
 
-/// With a charset that iconv does not know the bodies would travel empty.
-std::u16string ParseCharset(const std::string &text) {
-    const iconv_t known = ::iconv_open(text.c_str(), "UTF-16LE");
-    if (text.empty() || known == reinterpret_cast<iconv_t>(-1)) {
-        throw CUsageError("no such charset: " + text);
+/// iconv has to know it, or the bodies would travel empty; and it has to keep ASCII, or they would
+/// end at their first zero byte.
+bool IsUsableCharset(const std::string &name) {
+    constexpr const char *Letters =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._:+()-";
+    if (name.empty() || name.find_first_not_of(Letters) != std::string::npos) {
+        return false;
     }
-    ::iconv_close(known);
+    const iconv_t conversion = ::iconv_open(name.c_str(), "UTF-16LE");
+    if (conversion == reinterpret_cast<iconv_t>(-1)) {
+        return false;
+    }
+    std::array<char, 2> letter = {'a', '\0'};
+    std::array<char, 16> converted = {};
+    char *in = letter.data();
+    char *out = converted.data();
+    std::size_t inLeft = letter.size();
+    std::size_t outLeft = converted.size();
+    ::iconv(conversion, &in, &inLeft, &out, &outLeft);
+    ::iconv_close(conversion);
+    return converted.front() == 'a' && outLeft == converted.size() - 1;
+}
+
+std::u16string ParseCharset(const std::string &text) {
+    if (!IsUsableCharset(text)) {
+        throw CUsageError("no such charset, or none for mail: " + text);
+    }
     return WideFromUser(text);
 }
 

@@ -27,7 +27,7 @@ extern "C" {
 SMTPCLIENT_API int SmtpClientEventFd(void);
 
 /// Handles what waits in the calling thread's queue, without blocking: each finished send calls its
-/// sink, on this thread. What arrives during the call waits for the next one.
+/// sink, on this thread. What arrives during the call may wait for the next one.
 ///
 /// May be called from inside a sink. Returns how many finished sends were handled.
 SMTPCLIENT_API int SmtpClientDispatchEvents(void);

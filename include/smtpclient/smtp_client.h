@@ -93,6 +93,8 @@ public:
     /// sender, say) gets an id, too, and reports its failure to the sink. When the call has
     /// returned, the message may change or end; only attached files and pictures are read later.
     /// Where memory runs out before the send is queued, the call returns -1 and nothing is sent.
+    /// Where the system gives no thread, sends stay queued, unreported, until a later SendAsync
+    /// gets one.
     ///
     /// Sends of one client run one after the other. The reports come on the thread of the
     /// client's first SendAsync, when that thread dispatches its events (host_platform.h).
@@ -117,8 +119,9 @@ public:
     /// path    null: the call does nothing. Empty: no log file, which is the default.
     /// append  true adds each send to the end of the file, which is the default; false replaces it.
     ///
-    /// After a Send, its log is written at once, so that a failed send can still be logged. A file
-    /// that cannot be opened, is locked (flock) or is full loses its log without a report.
+    /// After a Send, its log is written at once, so that a failed send can still be logged, until
+    /// any client of the process sends again. Several clients name their files before they send. A
+    /// file that cannot be opened, is locked (flock) or is full loses its log without a report.
     virtual void SetLogFile(const char16_t *path, bool append) = 0;
 
     /// The closing line of GetLogText: how the last Send ended. Shares its buffer with GetLogText:

@@ -8,6 +8,8 @@ namespace {
 
 constexpr int Untried = -1;  // The interface has no time-out there: libcurl's own is two minutes.
 
+constexpr int BrokenOrRefused = -2;  // 56 or, if the reset outruns the end of the connecting, 7.
+
 /// What goes wrong, and the column of results in the table of steps.
 struct Fault {
     const char *name;
@@ -27,7 +29,7 @@ struct StepRow {
 };
 
 const StepRow Steps[] = {
-    {"CONNECT", false, {8, 8, 56, 56, 8, 28}},
+    {"CONNECT", false, {8, 8, 56, BrokenOrRefused, 8, 28}},
     {"EHLO", false, {0, 0, 56, 56, 0, 28}},  // Refused, HELO takes its place, without a login.
     {"EHLO", true, {9, 9, 56, 56, 9, 28}},
     {"STARTTLS", true, {64, 64, 56, 56, 8, 28}},
@@ -59,8 +61,12 @@ TEST(DialogueFaults, EndInTheirResultAndLeaveTheClientFitForTheNextSend) {
             client->SetConnectTimeout(1);
             client->SetMessage(message.get());
             const std::int32_t code = client->Send();
-            EXPECT_EQ(client->GetLastResult(), row.results[i]);
-            EXPECT_EQ(code == ResultSuccess, row.results[i] == 0);
+            if (row.results[i] == BrokenOrRefused) {
+                EXPECT_TRUE(code == ResultReceiveFailed || code == ResultConnectFailed) << code;
+            } else {
+                EXPECT_EQ(client->GetLastResult(), row.results[i]);
+                EXPECT_EQ(code == ResultSuccess, row.results[i] == 0);
+            }
 
             CSmtpServer sound;
             client->SetPort(sound.Port());

@@ -168,7 +168,8 @@ int Soak(std::size_t limit, std::chrono::seconds time, long growthLimit) {
         return 1;
     }
 
-    MakeClientFor(board.acceptingPort)->Send();  // Whatever the process makes once is made.
+    std::thread([&board] { MakeClientFor(board.acceptingPort)->Send(); }).join();
+    // Whatever the process makes once is made by now.
     const std::ptrdiff_t descriptors = DescriptorCount();
     const long threads = Status("Threads:");
     std::vector<std::uint8_t> accepted(limit);
@@ -208,13 +209,16 @@ int Soak(std::size_t limit, std::chrono::seconds time, long growthLimit) {
     std::printf("%zu mails ended, %td accepted, memory %ld KiB after %zu, %ld KiB at the end\n",
                 endedMails.load(), std::count(accepted.begin(), accepted.end(), 1), warmMemory,
                 WarmUpMails, memory);
-    const bool fine = Check("every accepted mail there once, no other", arrived) &
-                      Check("memory flat", memory - warmMemory < growthLimit) &
-                      Check("descriptors as at the start", DescriptorCount() == descriptors) &
-                      Check("threads as at the start", Status("Threads:") == threads);
+    const bool checks[] = {
+        Check("every accepted mail there once, no other", arrived),
+        Check("memory flat", memory - warmMemory < growthLimit),
+        Check("descriptors as at the start", DescriptorCount() == descriptors),
+        Check("threads as at the start", Status("Threads:") == threads),
+    };
     ::kill(servers, SIGKILL);
     ::waitpid(servers, nullptr, 0);
-    return fine ? 0 : 1;
+    return std::all_of(std::begin(checks), std::end(checks), [](bool holds) { return holds; }) ? 0
+                                                                                               : 1;
 }
 
 }  // namespace

@@ -87,8 +87,7 @@ private:
         } else if (verb == "DATA") {
             return Answer(verb, "354 go\r\n") && ReadMail();
         } else if (verb == "QUIT") {
-            Answer(verb, "221 bye\r\n");
-            return false;
+            return Answer(verb, "221 bye\r\n") && server.ActionAt(verb, "") == Silence;
         }
         return Answer(verb, "250 ok\r\n");
     }
