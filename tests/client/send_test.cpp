@@ -198,9 +198,29 @@ TEST(Send, TellsWhatStoppedIt) {
             EXPECT_EQ(scene.client->GetLastResult(), isLogged && isPrepared ? c.result : c.code);
             EXPECT_EQ(!scene.LogFile().empty(), isLogged && isPrepared);
             EXPECT_EQ(scene.server.Commands().size(), c.commands);
-            EXPECT_EQ(Masked(Narrow(scene.client->GetLastLogEntry())),
-                      "Error Info: " + c.told + "\n");
+            const char16_t *const entry = scene.client->GetLastLogEntry();
+            EXPECT_EQ(scene.client->GetLastLogEntry(), entry);  // In the same place, too.
+            EXPECT_EQ(Masked(Narrow(entry)), "Error Info: " + c.told + "\n");
         }
+    }
+}
+
+TEST(Send, KeepsLogsApartThatRanAtOnce) {
+    Scene held;
+    Scene quick;
+    held.message->AddCc(u"held@example.org", nullptr);
+    quick.message->AddCc(u"quick@example.org", nullptr);
+    held.server.At("EHLO", CSmtpServer::Hold);
+    std::thread sending([&held] { EXPECT_EQ(held.client->Send(), ResultSuccess); });
+    EXPECT_TRUE(held.server.WaitForCommands("EHLO", 1));
+    EXPECT_EQ(quick.client->Send(), ResultSuccess);
+    held.server.OpenGate();
+    sending.join();
+    for (Scene *scene : {&held, &quick}) {
+        scene->SetLogFile(true);
+        const std::string log = scene->LogFile();
+        EXPECT_EQ(log.find("C: RCPT TO:<held@") != std::string::npos, scene == &held);
+        EXPECT_EQ(log.find("C: RCPT TO:<quick@") != std::string::npos, scene == &quick);
     }
 }
 

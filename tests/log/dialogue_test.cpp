@@ -23,6 +23,11 @@ TEST(Dialogue, TellsWhatWasSaidButNoSecret) {
          "535 no", true},
         {"CAUTH XOAUTH2 dG9r\nS334 eyJz\nC\nS454 later\n",
          "C: AUTH XOAUTH2 ****\nS: 334 eyJz\nC: ****\nS: 454 later\n", "454 later", true},
+        // What libcurl skips within a login ends nothing.
+        {"CAUTH LOGIN\nS250-x\nShello there\nS\nS250\tx\nS334 y\nCuser\nS334 z\nCpass\nS235 in\n",
+         "C: AUTH LOGIN\nS: 250-x\nS: hello there\nS: \nS: 250.x\nS: 334 y\nC: ****\n"
+         "S: 334 z\nC: ****\nS: 235 in\n",
+         "235 in", false},
         {"S354 go\nM1000\nM24\nS550-no\nS550 spam\nCQUIT\nS221 bye\n",
          "S: 354 go\nC: (mail text, 1024 bytes)\nS: 550-no\nS: 550 spam\nC: QUIT\nS: 221 bye\n",
          "550 no spam", true},
