@@ -53,7 +53,7 @@ public:
         message->SetTextBody(u"Sent in the background.\r\n");
         client->SetMessage(message.get());
         const std::int32_t taskId = client->SendAsync();
-        states[taskId] = State::UnderWay;
+        states[taskId] = taskId > 0 ? State::UnderWay : State::Failed;
         ShowLine("queued " + NameOf(taskId));
         client->SetMessage(nullptr);  // It ends here: the mail has been composed.
     }
