@@ -16,16 +16,22 @@ std::size_t FindRowBreak(std::string_view rest) {
     return std::min(rest.substr(0, LongestRow + LineEnd.size()).find(LineEnd), rest.size());
 }
 
-/// Without a branch and over a whole row, so that the compiler makes vector code of it: a mail of
-/// any size passes here byte by byte.
-void ShowBytes(std::string_view bytes, NarrowString &target) {
-    std::array<unsigned char, LongestRow> row = {};
-    std::memcpy(row.data(), bytes.data(), bytes.size());
-    for (unsigned char &byte : row) {
+/// Without a branch and over a whole row, so that the compiler makes vector code of it, and
+/// appended at once: a mail of any size passes here byte by byte.
+void AppendRow(char label, std::string_view bytes, NarrowString &target) {
+    constexpr std::size_t headLength = 3;
+    std::array<unsigned char, headLength + LongestRow + 1> row = {};
+    std::memcpy(row.data() + headLength, bytes.data(), bytes.size());
+    for (std::size_t i = 0; i < LongestRow; ++i) {
+        unsigned char &byte = row[headLength + i];
         const bool isShown = static_cast<unsigned char>(byte - 0x20U) < 0x60U;
         byte = isShown ? byte : static_cast<unsigned char>('.');
     }
-    target.append(reinterpret_cast<const char *>(row.data()), bytes.size());
+    row[0] = static_cast<unsigned char>(label);
+    row[1] = ':';
+    row[2] = ' ';
+    row[headLength + bytes.size()] = '\n';
+    target.append(reinterpret_cast<const char *>(row.data()), headLength + bytes.size() + 1);
 }
 
 }  // namespace
@@ -34,10 +40,7 @@ void AppendTraceRows(char label, std::string_view data, NarrowString &target) {
     while (!data.empty()) {
         const std::size_t rowBreak = FindRowBreak(data);
         const std::size_t shown = std::min(rowBreak, LongestRow);
-        target += label;
-        target += ": ";
-        ShowBytes(data.substr(0, shown), target);
-        target += '\n';
+        AppendRow(label, data.substr(0, shown), target);
         const bool endsAtBreak = rowBreak < data.size() && rowBreak <= LongestRow;
         data.remove_prefix(endsAtBreak ? rowBreak + LineEnd.size() : shown);
     }
