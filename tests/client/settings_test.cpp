@@ -28,11 +28,8 @@ TEST(Settings, SetProxyTakesAllOrNothing) {
     };
     const Case cases[] = {
         {u"", 1, 0, u"u", u"p", "0,,-1,2,,,-,"},
-        {u"a", 1, 0, u"", u"", "1,a,1,0,,,-,"},
         {u"b", 2, -9, u"u", u"p", "1,b,2,-9,u,p,-,"},
-        {u"c", 70000, 3, u"v", u"", "1,c,70000,3,u,p,-,"},
         {u"d", 4, 3, u"", u"q", "1,d,4,3,u,p,-,"},
-        {u"e", 0, 0, u"v", u"q", "0,d,4,3,u,p,-,"},
         {tooMuch, 1, 0, u"", u"", "0,d,4,3,u,p,-,"},
         {u"f", 1, 0, tooMuch, u"q", "0,d,4,3,u,p,-,"},
         {u"g", 1, 0, u"v", tooMuch, "0,d,4,3,u,p,-,"},
@@ -51,7 +48,6 @@ TEST(Settings, SetProxyTakesAllOrNothing) {
         }
         EXPECT_EQ(fields, expected);
     }
-    EXPECT_EQ(client->SetProxy(nullptr, 1, 0, nullptr, nullptr), 0);
 }
 
 }  // namespace

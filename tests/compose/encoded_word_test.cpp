@@ -20,7 +20,7 @@ TEST(EncodedWord, ExactBytes) {
         {"UTF-8", u"ü ü", "=?UTF-8?b?w7wg?==?UTF-8?b?w7w=?=", "=?UTF-8?b?w7wgw7w=?="},
         {"UTF-8", u" ü  x ", " =?UTF-8?b?w7wg?= x ", "=?UTF-8?b?IMO8ICB4IA==?="},
         {"UTF-8", u"ü\tx y", "=?UTF-8?b?w7wJeCA=?=y", "=?UTF-8?b?w7wJeCB5?="},
-        {"iso-8859-1", u"é x", "=?iso-8859-1?b?6SA=?=x", "=?iso-8859-1?b?6SB4?="},
+        {"iso-8859-1", u"ûï¾ÿ x", "=?iso-8859-1?b?++++/yA=?=x", "=?iso-8859-1?b?++++/yB4?="},
         {"Shift_JIS", u"日本", "=?Shift_JIS?b?k/qWew==?=", "=?Shift_JIS?b?k/qWew==?="},
         {"ASCII", u"日", "=?ASCII?b?\?=", ""},
         // A zero byte ends a name.

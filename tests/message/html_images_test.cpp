@@ -17,16 +17,10 @@ TEST(HtmlImages, RewritesTheFirstQuotedValueOfEachTag) {
         int times = 1;
     };
     const Case cases[] = {
-        {u"<img src=\"/\"", nullptr},
-        {u"<p class=\"/\">1 < 2 <img \"/\">", nullptr},
         {u"1<img src=\"/\">2", u"1<img src=\"cid:/\">2", u"//"},
         {u"<ImG \"/\"><IMGS \".\">", u"<ImG \"cid:/\"><IMGS \"cid:.\">", u"//.."},
-        {u"<\u0131mg \"/\"><i mg \"/\"></img \"/\"><im>", nullptr},
         {u"<img alt=\"none\" src=\"/\">", u"<img alt=\"cid:none\" src=\"/\">"},
-        {u"<img x=3 src=\"/\" y=\".\">", u"<img x=3 src=\"cid:/\" y=\".\">", u"//"},
         {u"<img src='/'><img src=\"/><p x=\"/\">", nullptr},
-        {u"<img \" /\"><img \"cid:/\">", u"<img \"cid: /\"><img \"cid:cid:/\">"},
-        {u"\"x\" <!--><img \"/\">-->", u"\"x\" <!--><img \"cid:/\">-->", u"//"},
         {u"x>", nullptr, u"", Often},
         {u"<img>", nullptr, u"", Often},
         {u"<img \"\">", u"<img \"cid:\">", u"", Often},

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/completion_queue.h"
 #include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
@@ -31,13 +32,10 @@ TEST(File, IsItsOwnersAloneAndShutsOthersOut) {
     EXPECT_FALSE(ReadWholeFile(path, 3));
     EXPECT_TRUE(CExclusiveFile::Replace(path).Write("d"));
     EXPECT_EQ(folder.Read("log"), "d");
+}
 
-    const std::string pipe = folder.PathOf("pipe");
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_TRUE(PathExists(pipe) && IsSpecialFile(pipe) && IsSpecialFile("/"));
-    EXPECT_FALSE(PathExists("") || IsSpecialFile("") || IsSpecialFile(path));
-    EXPECT_FALSE(CExclusiveFile::Replace(pipe).IsOpen() || CExclusiveFile::Append(pipe).IsOpen());
-    EXPECT_FALSE(CExclusiveFile::Replace("/dev/full").Write("x"));
+TEST(CompletionQueue, DescriptorEndsWithTheProgram) {
+    EXPECT_EQ(::fcntl(CCompletionQueue::ForThisThread()->Descriptor(), F_GETFD), FD_CLOEXEC);
 }
 
 }  // namespace SMTPClientNS
