@@ -12,7 +12,7 @@ using Text = std::u16string;
 
 /// What a message and a client's proxy have to remember, as plainly as it can be said.
 struct Model {
-    std::vector<std::pair<Text, Text>> recipients, bcc;  // Address, name
+    std::vector<std::pair<Text, Text>> recipients;  // Address, name
     std::pair<Text, Text> sender;
     Text subject, html, charset = u"UTF-8";
     std::vector<Text> proxy = {u"", u"-1", u"2", u"", u""};
@@ -34,13 +34,11 @@ void Step(IMimeMessage &message, ISmtpClient &client, Model &model, CFuzzInput &
     const Text second = input.Text();
     const bool isAddress = IsAddress(first);
     if (operation < 2) {
-        auto &list = operation == 0 ? model.recipients : model.bcc;
-        const auto add = operation == 0 ? &IMimeMessage::AddRecipient : &IMimeMessage::AddBcc;
         if (isAddress) {
-            list.emplace_back(first, second);
+            model.recipients.emplace_back(first, second);
         }
-        const auto length = static_cast<std::int32_t>(list.size());
-        Require((message.*add)(first.c_str(), second.c_str()) == (isAddress ? length : -1));
+        const auto length = static_cast<std::int32_t>(model.recipients.size());
+        Require(message.AddRecipient(first.c_str(), second.c_str()) == (isAddress ? length : -1));
     } else if (operation == 2) {
         if (isAddress) {
             model.sender = {first, second.empty() ? model.sender.second : second};
@@ -61,7 +59,6 @@ void Step(IMimeMessage &message, ISmtpClient &client, Model &model, CFuzzInput &
             model.proxy = before.proxy;
         }
         model.recipients.resize(kind == ResetRecipients ? 0 : model.recipients.size());
-        model.bcc.resize(kind == ResetBcc ? 0 : model.bcc.size());
         model.sender = kind == ResetSender ? decltype(model.sender)() : model.sender;
     } else {
         const std::int32_t port = input.Number();
@@ -80,7 +77,6 @@ void Step(IMimeMessage &message, ISmtpClient &client, Model &model, CFuzzInput &
 
 void Compare(const IMimeMessage &message, const ISmtpClient &client, const Model &model) {
     Require(message.GetRecipientCount() == static_cast<std::int32_t>(model.recipients.size()));
-    Require(message.GetBccCount() == static_cast<std::int32_t>(model.bcc.size()));
     for (std::uint32_t at = 1; at <= model.recipients.size(); ++at) {
         Require(model.recipients[at - 1].first == message.GetRecipient(at, FieldAddress));
         Require(model.recipients[at - 1].second == message.GetRecipient(at, FieldName));

@@ -69,20 +69,12 @@ TEST(DialogueFaults, EndInTheirResultAndLeaveTheClientFitForTheNextSend) {
             }
 
             CSmtpServer sound;
+            sound.SendBytesSingly();
             client->SetPort(sound.Port());
             client->SetUseTls(false);
             EXPECT_EQ(client->Send(), ResultSuccess);
         }
     }
-}
-
-TEST(DialogueFaults, AServerThatSpeaksByteByByteIsUnderstood) {
-    CSmtpServer server;
-    server.SendBytesSingly();
-    const Client client = MakeClientFor(server.Port());
-    const Message message = MakeSmallMessage();
-    client->SetMessage(message.get());
-    EXPECT_EQ(client->Send(), ResultSuccess);
 }
 
 TEST(DialogueFaults, AServerThatGoesAmidALargeMailEndsTheSend) {

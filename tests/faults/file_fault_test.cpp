@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "tests/support/host_tools.h"
@@ -36,32 +35,18 @@ TEST(LogFileFaults, NeverTouchTheResult) {
 /// A background send whose attachment changes while it waits behind another.
 TEST(AttachmentFaults, AFileThatChangesBeforeItsTurn) {
     struct Case {
-        const char *name;
-        void (*change)(const std::string &path);
+        const char *change;
         std::int32_t code;
     };
     const Case cases[] = {
-        {"removed", [](const std::string &path) { ::unlink(path.c_str()); }, ResultFileUnreadable},
-        {"turned into a folder",
-         [](const std::string &path) {
-             ::unlink(path.c_str());
-             std::filesystem::create_directory(path);
-         },
-         ResultFileUnreadable},
-        {"turned into a pipe",
-         [](const std::string &path) {
-             ::unlink(path.c_str());
-             ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-         },
-         ResultFileUnreadable},
-        {"grown",
-         [](const std::string &path) { std::ofstream(path, std::ios::app) << "more and more"; },
-         ResultSuccess},
-        {"shrunk", [](const std::string &path) { ASSERT_EQ(::truncate(path.c_str(), 3), 0); },
-         ResultSuccess},
+        {"rm attached", ResultFileUnreadable},
+        {"rm attached && mkdir attached", ResultFileUnreadable},
+        {"rm attached && mkfifo attached", ResultFileUnreadable},
+        {"echo more and more >>attached", ResultSuccess},
+        {"truncate -s 3 attached", ResultSuccess},
     };
     for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.change);
         const CTemporaryFolder folder;
         CSmtpServer server;
         server.At("EHLO", CSmtpServer::Hold);
@@ -73,30 +58,11 @@ TEST(AttachmentFaults, AFileThatChangesBeforeItsTurn) {
         client->SendAsync();
         message->AddAttachment(folder.Write("attached", std::string(1000, 'x')).c_str());
         client->SendAsync();
-        c.change(folder.PathOf("attached"));
+        ASSERT_EQ(std::system(("cd " + folder.PathOf("") + " && " + c.change).c_str()), 0);
         server.OpenGate();
         ASSERT_TRUE(sink.WaitForReports(2));
-        EXPECT_EQ(sink.reports[1].code, c.code);
+        EXPECT_EQ(sink.lastCode, c.code);
     }
-}
-
-TEST(DescriptorFaults, ASendWithoutDescriptorsFailsAndTheNextSucceeds) {
-    if (NeedsDescriptors) {
-        GTEST_SKIP() << "under a sanitizer";
-    }
-    CSmtpServer server;
-    const Client client = MakeClientFor(server.Port());
-    const Message message = MakeSmallMessage();
-    client->SetMessage(message.get());
-    ASSERT_EQ(client->Send(), ResultSuccess);
-    rlimit before = {};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none = {0, before.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    const std::int32_t code = client->Send();
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
-    EXPECT_LT(code, 0);
-    EXPECT_EQ(client->Send(), ResultSuccess);
 }
 
 }  // namespace

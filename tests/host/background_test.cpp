@@ -3,7 +3,6 @@
 #include <sys/time.h>
 
 #include <cerrno>
-#include <typeinfo>
 
 #include "tests/host/host_test.h"
 
@@ -29,23 +28,6 @@ TEST_F(Background, ReportsInTheOrderOfTheIds) {
               "4=-17 No sender has been specified.\n");
 }
 
-std::int32_t toldCode = 0;
-
-TEST(BackgroundSink, IsCalledByPosition) {
-    const auto take = [](void *, std::int32_t, std::int32_t code, const char16_t *) {
-        toldCode = code;
-    };
-    // The type information in front of a table serves the sanitizers; the first entry is no code.
-    const void *const table[] = {nullptr, &typeid(CHostSink), nullptr,
-                                 reinterpret_cast<const void *>(+take)};
-    const void *const *sink = &table[2];
-    const Client client = MakeClientFor(1);
-    client->SetCompletionSink(reinterpret_cast<ICompletionSink *>(&sink));
-    client->SendAsync();
-    EXPECT_EQ(SmtpClientWaitEvents(LongestWaitMs), 1);
-    EXPECT_EQ(toldCode, ResultGeneralError);
-}
-
 TEST_F(Background, CancelTakesOnlyWhatIsQueued) {
     EXPECT_EQ(client->CancelAsync(0), -1);
     HoldOneSend();
@@ -68,7 +50,7 @@ TEST_F(Background, CancelTakesOnlyWhatIsQueued) {
 
 TEST_F(Background, NeedsNothingOfTheHostButTheSinkOfTheEnd) {
     CSmtpServer otherServer;
-    CHostSink swappedIn;
+    CRecordingSink swappedIn;
     Client other = MakeClientFor(otherServer.Port());
     other->SetMessage(message.get());
     other->SetCompletionSink(&sink);
@@ -92,7 +74,7 @@ TEST_F(Background, NeedsNothingOfTheHostButTheSinkOfTheEnd) {
 }
 
 TEST_F(Background, AllowsEverythingInsideTheSink) {
-    sink.act = [&](std::int32_t taskId) {
+    sink.act = [&](std::int32_t taskId, std::int32_t) {
         if (taskId == 2) {
             client.reset();
             return;
@@ -134,12 +116,10 @@ TEST_F(Background, SilentServerHoldsUpNothing) {
     const auto begin = std::chrono::steady_clock::now();
     client->SendAsync();
     ASSERT_TRUE(sink.WaitForReports(1));
-    EXPECT_EQ(client->Send(), ResultSuccess);
-    EXPECT_EQ(client->Send(), ResultSuccess);
     client.reset();
     // libcurl would wait 120 s for each answer.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
-    EXPECT_TRUE(server.WaitForCommands("QUIT", 3));
+    EXPECT_TRUE(server.WaitForCommands("QUIT", 1));
     server.OpenGate();
 }
 
@@ -160,26 +140,7 @@ TEST_F(Background, WorkerTakesNoSignal) {
     EXPECT_TRUE(sink.WaitForReports(1));
 }
 
-TEST_F(Background, DescriptorPollsForAsLongAsWorkWaits) {
-    EXPECT_FALSE(IsReadable(descriptor));
-    EXPECT_EQ(SmtpClientDispatchEvents(), 0);
-    client->SendAsync();
-    EXPECT_TRUE(IsReadable(descriptor, LongestWaitMs));
-    sink.act = [&](std::int32_t taskId) {
-        if (taskId == 1) {  // What comes during a dispatch waits for the next.
-            client->SendAsync();
-        }
-        EXPECT_EQ(IsReadable(descriptor, taskId == 1 ? LongestWaitMs : 0), taskId == 1);
-    };
-    EXPECT_EQ(SmtpClientDispatchEvents(), 1);
-    EXPECT_TRUE(IsReadable(descriptor));
-    EXPECT_EQ(SmtpClientEventFd(), descriptor);
-    std::thread([&] { EXPECT_NE(SmtpClientEventFd(), descriptor); }).join();
-    EXPECT_EQ(SmtpClientDispatchEvents(), 1);
-    EXPECT_FALSE(IsReadable(descriptor));
-}
-
-TEST_F(Background, DescriptorCanComeLate) {
+TEST_F(Background, GoesOnOnceDescriptorsAreThereAgain) {
     if (NeedsDescriptors) {
         GTEST_SKIP() << "under a sanitizer";
     }
@@ -187,8 +148,10 @@ TEST_F(Background, DescriptorCanComeLate) {
         rlimit usual = {};
         ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &usual), 0);
         const rlimit none = {0, usual.rlim_max};
-        client->SetMessage(nullptr);
+        ASSERT_EQ(client->Send(), ResultSuccess);
         ::setrlimit(RLIMIT_NOFILE, &none);
+        EXPECT_LT(client->Send(), 0);
+        client->SetMessage(nullptr);
         EXPECT_EQ(SmtpClientEventFd(), -1);
         EXPECT_EQ(errno, EMFILE);
         client->SendAsync();
@@ -196,7 +159,9 @@ TEST_F(Background, DescriptorCanComeLate) {
         client->SendAsync();
         ::setrlimit(RLIMIT_NOFILE, &usual);
         client->SetMessage(message.get());
-        HoldOneSend();  // The one before it has ended.
+        EXPECT_EQ(client->Send(), ResultSuccess);
+        HoldOneSend();
+        EXPECT_TRUE(server.WaitForCommands("MAIL", 3));  // The one before it has ended.
         EXPECT_TRUE(IsReadable(SmtpClientEventFd()));
         EXPECT_EQ(SmtpClientDispatchEvents(), 1);
         server.OpenGate();
@@ -222,24 +187,16 @@ TEST(BackgroundWait, OutlivesSignalsAndKeepsItsTime) {
 }
 
 TEST_F(Background, ThreadThatEndedIsToldNothing) {
-    for (const bool ended : {false, true}) {
-        SCOPED_TRACE(ended ? "a send had ended" : "sends were under way");
-        CSmtpServer ownServer;
-        ownServer.At("MAIL", CSmtpServer::Hold);
-        std::thread([&] {
-            const Client own = MakeClientFor(ownServer.Port());
-            own->SetMessage(message.get());
-            own->SetCompletionSink(&sink);
-            own->SendAsync();
-            own->SendAsync();
-            if (ended) {
-                ownServer.OpenGate();
-                EXPECT_TRUE(IsReadable(SmtpClientEventFd(), LongestWaitMs));
-            }
-        }).join();
-        ownServer.OpenGate();
-        EXPECT_TRUE(ownServer.WaitForMails(2));
-    }
+    server.At("MAIL", CSmtpServer::Hold);
+    std::thread([&] {
+        const Client own = MakeClientFor(server.Port());
+        own->SetMessage(message.get());
+        own->SetCompletionSink(&sink);
+        own->SendAsync();
+        own->SendAsync();
+    }).join();
+    server.OpenGate();
+    EXPECT_TRUE(server.WaitForMails(2));
     EXPECT_EQ(SmtpClientDispatchEvents(), 0);
     EXPECT_EQ(sink.told, "");
 }

@@ -3,12 +3,14 @@
 
 #include <stdlib.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <sstream>
 #include <string>
-#include <vector>
+#include <thread>
 
 #include <smtpclient/smtpclient.h>
 
@@ -96,29 +98,54 @@ private:
     std::filesystem::path path;
 };
 
-/// Keeps what it is told.
+/// A limit that only a hang reaches.
+constexpr int LongestWaitMs = 60000;
+
+/// Writes down what it is told, "id=code text" a line, then acts.
 class CRecordingSink final : public ICompletionSink {
 public:
-    struct Report {
-        std::int32_t taskId;
-        std::int32_t code;
-        std::u16string text;
-    };
-
     void OnSendComplete(std::int32_t taskId, std::int32_t code, const char16_t *text) override {
-        reports.push_back({taskId, code, text});
-    }
-
-    /// Dispatches until that many reports have come; false after a minute.
-    bool WaitForReports(std::size_t count) const {
-        constexpr int LongestWaitMs = 60000;
-        while (reports.size() < count && SmtpClientWaitEvents(LongestWaitMs) > 0) {
+        told += std::to_string(taskId) + "=" + std::to_string(code) + " " + Narrow(text) + "\n";
+        ++reports;
+        lastCode = code;
+        if (act) {
+            act(taskId, code);
         }
-        return reports.size() >= count;
     }
 
-    std::vector<Report> reports;
+    /// Dispatches until that many reports have come; false if they stay away.
+    bool WaitForReports(std::size_t count) const {
+        while (reports < count && SmtpClientWaitEvents(LongestWaitMs) > 0) {
+        }
+        return reports >= count;
+    }
+
+    std::function<void(std::int32_t taskId, std::int32_t code)> act;
+    std::string told;
+    std::size_t reports = 0;
+    std::int32_t lastCode = 0;
 };
+
+/// Threads and open descriptors of this process.
+inline std::pair<std::ptrdiff_t, std::ptrdiff_t> Resources() {
+    using Entries = std::filesystem::directory_iterator;
+    return {std::distance(Entries("/proc/self/task"), {}),
+            std::distance(Entries("/proc/self/fd"), {})};
+}
+
+/// Whether no more are left than before: a joined thread is listed a moment longer, and a server
+/// closes in its own time.
+inline bool ReturnTo(const std::pair<std::ptrdiff_t, std::ptrdiff_t> &before) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (std::chrono::steady_clock::now() < deadline) {
+        const auto [threads, descriptors] = Resources();
+        if (threads <= before.first && descriptors <= before.second) {
+            return true;
+        }
+        std::this_thread::yield();
+    }
+    return false;
+}
 
 }  // namespace SMTPClientNS
 

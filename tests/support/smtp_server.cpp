@@ -1,17 +1,14 @@
 #include "tests/support/smtp_server.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <utility>
+
+#include "tests/support/loopback.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -19,29 +16,6 @@ namespace {
 constexpr std::chrono::minutes LongestWait(1);
 constexpr const char *Greeting = "220 test.example ESMTP\r\n";
 constexpr const char *Features = "250-test.example\r\n250-SIZE\r\n250 AUTH PLAIN XOAUTH2\r\n";
-
-int ListenOnLoopback(int &port) {
-    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto *const generic = reinterpret_cast<sockaddr *>(&address);
-    if (listener < 0 || ::bind(listener, generic, size) != 0 || ::listen(listener, 128) != 0 ||
-        ::getsockname(listener, generic, &size) != 0) {
-        std::perror("test server");
-        std::abort();
-    }
-    port = ntohs(address.sin_port);
-    return listener;
-}
-
-std::string VerbOf(const std::string &command) {
-    std::string verb = command.substr(0, command.find(' '));
-    std::transform(verb.begin(), verb.end(), verb.begin(),
-                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
-    return verb;
-}
 
 std::string ArgumentOf(const std::string &command) {
     const std::size_t colon = command.find(':');
@@ -64,7 +38,7 @@ public:
 
 private:
     bool Handle(const std::string &command) {
-        const std::string verb = inLogin ? "LOGIN" : VerbOf(command);
+        const std::string verb = inLogin ? "LOGIN" : command.substr(0, command.find(' '));
         {
             const std::lock_guard<std::mutex> lock(server.mutex);
             if (!server.keeper) {
