@@ -1,9 +1,9 @@
 #include <map>
 #include <vector>
 
-#include "client/smtp_client.h"
 #include "fuzz/fuzz_input.h"
 #include "message/mime_message.h"
+#include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -100,11 +100,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     CFuzzInput input(data, size);
     CMimeMessage message;
     Model model;
-    ISmtpClient *const client = CreateSmtpClient();
+    const Client client = MakeClient();
     while (!input.IsEmpty()) {
         Step(message, *client, model, input);
     }
     Compare(message, *client, model);
-    client->Release();
     return 0;
 }

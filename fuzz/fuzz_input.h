@@ -27,14 +27,6 @@ inline void SilenceMessageBox() {
                             nullptr);
 }
 
-/// All that a send needs beside a message.
-inline void FillIn(ISmtpClient &client, int port) {
-    client.SetHost(u"127.0.0.1");
-    client.SetPort(port);
-    client.SetUserName(u"u");
-    client.SetPassword(u"p");
-}
-
 /// Takes values off the front of a fuzzer's bytes; past their end everything is zero or empty.
 class CFuzzInput {
 public:

@@ -25,7 +25,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     }
     auto *const client = new CSmtpClientWrapper;
     client->SetMessage(&message);
-    FillIn(*client, 1);
+    client->SetHost(u"127.0.0.1");
+    client->SetPort(1);
+    client->SetUserName(u"u");
+    client->SetPassword(u"p");
 
     NarrowString block;
     BuildHeaderBlock(client, block);

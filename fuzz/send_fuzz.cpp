@@ -1,10 +1,9 @@
 #include <array>
 #include <thread>
 
-#include "client/smtp_client.h"
 #include "fuzz/fuzz_input.h"
-#include "message/mime_message.h"
 #include "platform/unique_fd.h"
+#include "tests/support/host_tools.h"
 #include "tests/support/loopback.h"
 
 namespace SMTPClientNS {
@@ -29,19 +28,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     static const int listener = ListenOnLoopback(port);
     CFuzzInput input(data, size);
     const bool useTls = (input.Byte() & 1U) != 0;
-    CMimeMessage message;
-    message.SetSender(u"a@b", nullptr);
-    message.AddRecipient(u"c@d", nullptr);
-    message.SetTextBody(u"hello\r\n");
-    ISmtpClient *const client = CreateSmtpClient();
-    FillIn(*client, port);
+    const Message message = MakeSmallMessage();
+    Client client = MakeClientFor(port);
     client->SetUseTls(useTls);
-    client->SetMessage(&message);
+    client->SetMessage(message.get());
     std::thread answering([&input] { AnswerOnce(listener, input.Rest()); });
     const std::int32_t code = client->Send();
     Require(code == 1 || (code <= -1 && code >= -18));
     Require(*client->GetLogText() != 0 && *client->GetLastLogEntry() != 0);
-    client->Release();
+    client.reset();
     answering.join();  // Once the connection is closed.
     return 0;
 }

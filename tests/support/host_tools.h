@@ -16,9 +16,6 @@
 
 namespace SMTPClientNS {
 
-/// A sanitizer looks at memory through a pipe: without descriptors it finds faults everywhere.
-constexpr bool NeedsDescriptors = TESTS_SANITIZED;
-
 template <typename T>
 struct Releaser {
     void operator()(T *owned) const { owned->Release(); }
