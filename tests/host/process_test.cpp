@@ -165,7 +165,10 @@ void EndUnderTransfers(const std::vector<std::string> &replies, void (*end)()) {
         client->SetMessage(staticHost.message.get());
     }
     staticHost.client->SendAsync();
-    std::thread([] { direct->Send(); }).detach();
+    std::thread([] {
+        direct->Send();
+        ::pause();  // OpenSSL's own end of a thread would race with its end of the process.
+    }).detach();
     TalkAndFallSilent(listener, replies);
     TalkAndFallSilent(listener, replies);
     end();
