@@ -8,6 +8,8 @@ namespace SMTPClientNS {
 namespace {
 
 constexpr std::size_t LongestRow = 96;
+constexpr std::size_t RowHeadLength = 3;  // "S: "
+constexpr std::size_t RowCapacity = 100;  // The head, the longest row and its "\n".
 constexpr std::string_view LineEnd = "\r\n";
 
 /// Where the CR LF pair begins that ends the row: it may stand right behind a full row. The size of
@@ -19,19 +21,18 @@ std::size_t FindRowBreak(std::string_view rest) {
 /// Without a branch and over a whole row, so that the compiler makes vector code of it, and
 /// appended at once: a mail of any size passes here byte by byte.
 void AppendRow(char label, std::string_view bytes, NarrowString &target) {
-    constexpr std::size_t headLength = 3;
-    std::array<unsigned char, headLength + LongestRow + 1> row = {};
-    std::memcpy(row.data() + headLength, bytes.data(), bytes.size());
+    std::array<unsigned char, RowCapacity> row = {};
+    std::memcpy(row.data() + RowHeadLength, bytes.data(), bytes.size());
     for (std::size_t i = 0; i < LongestRow; ++i) {
-        unsigned char &byte = row[headLength + i];
+        unsigned char &byte = row[RowHeadLength + i];
         const bool isShown = static_cast<unsigned char>(byte - 0x20U) < 0x60U;
         byte = isShown ? byte : static_cast<unsigned char>('.');
     }
     row[0] = static_cast<unsigned char>(label);
     row[1] = ':';
     row[2] = ' ';
-    row[headLength + bytes.size()] = '\n';
-    target.append(reinterpret_cast<const char *>(row.data()), headLength + bytes.size() + 1);
+    row[RowHeadLength + bytes.size()] = '\n';
+    target.append(reinterpret_cast<const char *>(row.data()), RowHeadLength + bytes.size() + 1);
 }
 
 }  // namespace
