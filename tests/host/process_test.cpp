@@ -12,75 +12,9 @@ namespace {
 
 class Process : public CHostTest {};
 
-TEST_F(Process, HoldsNoMoreAfterThousandsOfSends) {
-    constexpr std::size_t SendsInABatch = 100;
-    constexpr std::size_t Slack = 150 * 1024;  // 100 bytes for each send of a kind are more.
-    const Client idle = MakeClientFor(server.Port());
-    EXPECT_EQ(idle->CancelAsync(0), -1);  // Without SendAsync neither thread nor descriptor.
-    std::size_t memory = 0;
-    for (std::size_t batch = 0; batch <= 30; ++batch) {
-        {
-            CSmtpServer ownServer;  // Keeps what it got for as long as it lives.
-            client->SetPort(ownServer.Port());
-            for (std::size_t send = 0; send < SendsInABatch; ++send) {
-                ASSERT_EQ(client->Send(), ResultSuccess);
-                client->SendAsync();
-            }
-            ASSERT_TRUE(sink.WaitForReports((batch + 1) * SendsInABatch));
-            sink.told.clear();
-        }
-        if (batch == 10) {  // The C library's caches are full.
-            memory = ::mallinfo2().uordblks;
-        }
-    }
-    EXPECT_LT(::mallinfo2().uordblks, memory + Slack);
-}
-
 std::size_t Occurrences(const std::string &text, const std::string &part) {
     const std::size_t at = text.find(part);
     return at == std::string::npos ? 0 : 1 + Occurrences(text.substr(at + 1), part);
-}
-
-TEST_F(Process, EightThreadsSendBothWays) {
-    constexpr std::size_t Sends = 10;
-    constexpr std::size_t BodyLength = 100000;
-    const std::string names = "qrstuvwx";
-    const CTemporaryFolder folder;
-    const auto sendMany = [&](const std::string &name) {
-        CRecordingSink ownSink;
-        const Client own = MakeClientFor(server.Port());
-        const Message mail = MakeSmallMessage();
-        mail->AddCc(Wide(name + "@cc").c_str(), nullptr);
-        mail->SetTextBody(Wide(std::string(BodyLength, name[0])).c_str());
-        own->SetMessage(mail.get());
-        own->SetCompletionSink(&ownSink);
-        own->SetLogFile(folder.WidePathOf(name).c_str(), true);
-        for (std::size_t send = 0; send < Sends; ++send) {
-            own->SendAsync();
-            EXPECT_EQ(own->Send(), ResultSuccess);
-        }
-        EXPECT_TRUE(ownSink.WaitForReports(Sends));
-        EXPECT_EQ(Occurrences(ownSink.told, "=1 \n"), Sends);
-    };
-    std::vector<std::thread> threads;
-    for (const char name : names) {
-        threads.emplace_back(sendMany, std::string(1, name));
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-    std::map<char, std::size_t> intact;
-    for (const ReceivedMail &mail : server.Mails()) {
-        const char name = mail.recipients.at(1).at(1);
-        const std::string body = "\r\n\r\n" + std::string(BodyLength, name) + "\r\n--";
-        intact[name] += mail.data.find(body) != std::string::npos ? 1U : 0U;
-    }
-    for (const char name : names) {
-        const std::string log = folder.Read({name});
-        EXPECT_EQ(intact[name], 2 * Sends) << name;
-        EXPECT_EQ(Occurrences(log, "@cc>"), Sends) << name;
-        EXPECT_EQ(Occurrences(log, std::string("RCPT TO:<") + name + "@cc>"), Sends) << name;
-    }
 }
 
 std::chrono::steady_clock::time_point exitBegan;

@@ -50,25 +50,5 @@ TEST(CompletionQueue, IsReadableExactlyWhileWorkWaits) {
     EXPECT_FALSE(IsReadable(queue->Descriptor()));
 }
 
-TEST(CompletionQueue, EndsWithItsThreadAndStaysWithTheParent) {
-    const auto token = std::make_shared<int>();
-    std::shared_ptr<CCompletionQueue> ended;
-    std::thread([&] {
-        ended = CCompletionQueue::ForThisThread();
-        PostTo(*ended, [token] {});
-    }).join();
-    EXPECT_EQ(token.use_count(), 1) << "what waits ends with the thread";
-    PostTo(*ended, [token] {});
-    EXPECT_EQ(token.use_count(), 1) << "what comes later ends at once";
-
-    const std::shared_ptr<CCompletionQueue> queue = CCompletionQueue::ForThisThread();
-    PostTo(*queue, [] {});
-    const int descriptor = queue->Descriptor();
-    const auto dispatchInChild = [] { std::_Exit(CCompletionQueue::ForThisThread()->Dispatch()); };
-    EXPECT_EXIT(dispatchInChild(), testing::ExitedWithCode(0), "");
-    EXPECT_TRUE(IsReadable(descriptor));
-    EXPECT_EQ(queue->Dispatch(), 1);
-}
-
 }  // namespace
 }  // namespace SMTPClientNS

@@ -34,8 +34,4 @@ TEST(File, IsItsOwnersAloneAndShutsOthersOut) {
     EXPECT_EQ(folder.Read("log"), "d");
 }
 
-TEST(CompletionQueue, DescriptorEndsWithTheProgram) {
-    EXPECT_EQ(::fcntl(CCompletionQueue::ForThisThread()->Descriptor(), F_GETFD), FD_CLOEXEC);
-}
-
 }  // namespace SMTPClientNS

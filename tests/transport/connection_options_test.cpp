@@ -54,9 +54,7 @@ TEST(ConnectionOptions, AreSetInOrderUntilOneStops) {
     const Case cases[] = {
         {[](C) {}, All},
         {[](C c) { c.SetPort(-1); }, Url + "PORT=-1 ", 43},
-        {[](C c) { c.SetPort(65536); }, Url + "PORT=65536 ", 43},
         {[](C c) { c.SetConnectTimeout(-1); }, Url + "PORT=25 " + Rest},
-        {[](C c) { c.SetPassword(u""); }, Server, 94},
         // The host is asked for ahead of port and login, and behind the proxy.
         {[](C c) {
              c.SetHost(u"");
