@@ -1,7 +1,5 @@
 #include "bench/sink_server.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -12,6 +10,8 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+
+#include "tests/support/loopback.h"
 
 namespace {
 
@@ -85,28 +85,14 @@ private:
     bool inMail = false;
 };
 
-[[noreturn]] void Fail() {
-    std::perror("sink server");
-    std::exit(EXIT_FAILURE);
-}
-
 }  // namespace
 
 CSinkServer::CSinkServer() {
-    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto *const generic = reinterpret_cast<sockaddr *>(&address);
-    if (listener < 0 || ::bind(listener, generic, size) != 0 || ::listen(listener, 8) != 0 ||
-        ::getsockname(listener, generic, &size) != 0) {
-        Fail();
-    }
-    port = ntohs(address.sin_port);
+    const int listener = SMTPClientNS::ListenOnLoopback(port);
     process = ::fork();
     if (process < 0) {
-        Fail();
+        std::perror("sink server");
+        std::exit(EXIT_FAILURE);
     }
     if (process == 0) {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // No server outlives a benchmark that was stopped.

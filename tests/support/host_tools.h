@@ -8,7 +8,6 @@
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -86,9 +85,8 @@ public:
 
     /// A file's content; empty if there is none.
     std::string Read(const std::string &name) const {
-        std::ostringstream content;
-        content << std::ifstream(path / name, std::ios::binary).rdbuf();
-        return content.str();
+        std::ifstream file(path / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
 private:
@@ -105,9 +103,7 @@ public:
         told += std::to_string(taskId) + "=" + std::to_string(code) + " " + Narrow(text) + "\n";
         ++reports;
         lastCode = code;
-        if (act) {
-            act(taskId, code);
-        }
+        act(taskId, code);
     }
 
     /// Dispatches until that many reports have come; false if they stay away.
@@ -117,7 +113,7 @@ public:
         return reports >= count;
     }
 
-    std::function<void(std::int32_t taskId, std::int32_t code)> act;
+    std::function<void(std::int32_t taskId, std::int32_t code)> act = [](auto...) {};
     std::string told;
     std::size_t reports = 0;
     std::int32_t lastCode = 0;
@@ -134,14 +130,13 @@ inline std::pair<std::ptrdiff_t, std::ptrdiff_t> Resources() {
 /// closes in its own time.
 inline bool ReturnTo(const std::pair<std::ptrdiff_t, std::ptrdiff_t> &before) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (std::chrono::steady_clock::now() < deadline) {
-        const auto [threads, descriptors] = Resources();
-        if (threads <= before.first && descriptors <= before.second) {
-            return true;
+    while (Resources().first > before.first || Resources().second > before.second) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
         }
         std::this_thread::yield();
     }
-    return false;
+    return true;
 }
 
 }  // namespace SMTPClientNS

@@ -17,9 +17,9 @@ inline int ListenOnLoopback(int &port) {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto *const generic = reinterpret_cast<sockaddr *>(&address);
-    if (listener < 0 || ::bind(listener, generic, size) != 0 || ::listen(listener, 128) != 0 ||
+    if (::bind(listener, generic, size) != 0 || ::listen(listener, SOMAXCONN) != 0 ||
         ::getsockname(listener, generic, &size) != 0) {
-        std::perror("test server");
+        std::perror("listening on loopback");
         std::abort();
     }
     port = ntohs(address.sin_port);
