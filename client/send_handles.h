@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "compose/body_tree.h"
 #include "platform/text_types.h"
 #include "transport/curl_handles.h"
 
@@ -23,9 +24,9 @@ struct SendHandles {
     CurlList recipientList;   ///< RCPT TO; libcurl works on the list itself.
     CurlList headerList;      ///< The whole header block as one entry.
 
-    std::uint32_t generation = 0;     ///< ForkGeneration of the process that made them.
-    NarrowString senderAddress;       ///< MAIL FROM.
-    std::vector<NarrowString> files;  ///< Paths of what libcurl opens during the transfer.
+    std::uint32_t generation = 0;  ///< ForkGeneration of the process that made them.
+    NarrowString senderAddress;    ///< MAIL FROM.
+    std::vector<FilePart> files;   ///< What libcurl opens during the transfer.
 
     SendHandles() = default;
     ~SendHandles();

@@ -2,10 +2,10 @@
 
 #include <curl/curl.h>
 
-#include <algorithm>
 #include <string_view>
 
 #include "platform/file.h"
+#include "platform/socket.h"
 #include "transport/curl_use.h"
 
 namespace SMTPClientNS {
@@ -31,6 +31,12 @@ int StopIfRequested(void *stopRequested, curl_off_t /*downloadTotal*/, curl_off_
     return IsProcessEnding() || (stop != nullptr && stop->load()) ? 1 : 0;
 }
 
+/// CURLOPT_OPENSOCKETFUNCTION: libcurl's own sockets stay open in programs that the host executes.
+curl_socket_t OpenConnection(void * /*unused*/, curlsocktype /*purpose*/,
+                             curl_sockaddr *address) noexcept {
+    return OpenSocket(address->family, address->socktype, address->protocol);
+}
+
 }  // namespace
 
 std::int32_t PerformTransfer(const SendHandles &handles,
@@ -42,10 +48,15 @@ std::int32_t PerformTransfer(const SendHandles &handles,
     if (EnvelopeHoldsLineBreak(handles)) {
         return CURLE_BAD_FUNCTION_ARGUMENT;
     }
-    if (std::any_of(handles.files.begin(), handles.files.end(), IsSpecialFile)) {
-        return CURLE_READ_ERROR;
+    for (const FilePart &file : handles.files) {
+        if (IsSpecialFile(file.path)) {
+            return CURLE_READ_ERROR;
+        }
+        // Its size as it is now: the file may have changed while the send waited for its turn.
+        curl_mime_filedata(file.part, file.path.c_str());
     }
     CURL *const easy = handles.easyHandle.get();
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &OpenConnection);
     curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &StopIfRequested);
     curl_easy_setopt(easy, CURLOPT_XFERINFODATA, stopRequested);
     curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);

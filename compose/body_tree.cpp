@@ -36,9 +36,9 @@ void AddBodyPart(curl_mime *bodies, const char16_t *text, const NarrowString &ch
     curl_mime_type(part, (typeHead + charset).c_str());
 }
 
-void AddFilePart(curl_mimepart *part, const NarrowString &path, std::vector<NarrowString> &files) {
+void AddFilePart(curl_mimepart *part, const NarrowString &path, std::vector<FilePart> &files) {
     curl_mime_filedata(part, path.c_str());
-    files.push_back(path);
+    files.push_back({part, path});
 }
 
 void SetHeaders(curl_mimepart *part, std::initializer_list<const char *> lines) {
@@ -85,7 +85,7 @@ void AddBodyParts(curl_mime *root, curl_mime *bodies, const ISmtpClient *client)
 }
 
 void AddInlineImageParts(curl_mime *root, curl_mime *images, const ISmtpClient *client,
-                         std::vector<NarrowString> &files) {
+                         std::vector<FilePart> &files) {
     const IMimeMessage *const message = MessageOf(client);
     if (message == nullptr || IsEmpty(message->GetHtmlBody()) ||
         message->GetInlineImageCount() == 0) {
@@ -110,7 +110,7 @@ void AddInlineImageParts(curl_mime *root, curl_mime *images, const ISmtpClient *
 }
 
 void AddAttachmentParts(curl_mime *root, curl_mime *attachments, const ISmtpClient *client,
-                        std::vector<NarrowString> &files) {
+                        std::vector<FilePart> &files) {
     const IMimeMessage *const message = MessageOf(client);
     if (message == nullptr || message->GetAttachmentCount() == 0) {
         return;

@@ -11,6 +11,12 @@
 
 namespace SMTPClientNS {
 
+/// A part that libcurl fills from a file. Lives as long as the tree that it stands in.
+struct FilePart {
+    curl_mimepart *part;
+    NarrowString path;  ///< As libcurl opens it.
+};
+
 /// The MIME structure of a message (RFC 2046): up to three siblings under root, in this order.
 ///
 ///     multipart/alternative    HTML body, then plain text body
@@ -21,16 +27,15 @@ namespace SMTPClientNS {
 /// else the subtree stays as it is. Both trees stay the caller's. Nothing is reported: a body that
 /// cannot be converted becomes an empty part, and a file that cannot be read ends the transfer.
 ///
-/// Files are read during the transfer, not here. The path of each is added to files, in the form
-/// that libcurl will open.
+/// Files are read during the transfer, not here. Each is added to files.
 
 void AddBodyParts(curl_mime *root, curl_mime *bodies, const ISmtpClient *client);
 
 void AddInlineImageParts(curl_mime *root, curl_mime *images, const ISmtpClient *client,
-                         std::vector<NarrowString> &files);
+                         std::vector<FilePart> &files);
 
 void AddAttachmentParts(curl_mime *root, curl_mime *attachments, const ISmtpClient *client,
-                        std::vector<NarrowString> &files);
+                        std::vector<FilePart> &files);
 
 /// The media type of a picture by the extension of its path; empty if it is libcurl's to choose.
 const char *ImageTypeForPath(const NarrowString &path);

@@ -77,7 +77,8 @@ void CCompletionQueue::Post(Entry entry) noexcept {
 int CCompletionQueue::Descriptor() {
     const CLock lock(mutex);
     if (!eventFd) {
-        eventFd = CUniqueFd(::eventfd(waiting.empty() ? 0 : 1, EFD_CLOEXEC | EFD_NONBLOCK));
+        CUniqueFd made(::eventfd(waiting.empty() ? 0 : 1, EFD_CLOEXEC | EFD_NONBLOCK));
+        eventFd = AwayFromStandardStreams(std::move(made));
     }
     return eventFd.Get();
 }

@@ -18,7 +18,7 @@ CLockedFd OpenFile(const NarrowString &path, int flags) {
     do {
         descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerAlone);
     } while (descriptor < 0 && errno == EINTR);
-    return CLockedFd(CUniqueFd(descriptor));
+    return CLockedFd(AwayFromStandardStreams(CUniqueFd(descriptor)));
 }
 
 /// A file system that knows no locks counts as one that nobody locks.
@@ -52,12 +52,6 @@ CLockedFd::~CLockedFd() {
     if (descriptor) {
         ::flock(descriptor.Get(), LOCK_UN);
     }
-}
-
-void CloseDescriptor(int descriptor) noexcept {
-    const int reported = errno;
-    ::close(descriptor);  // Not repeated after EINTR: the number is free by then.
-    errno = reported;
 }
 
 bool PathExists(const NarrowString &path) {

@@ -27,11 +27,17 @@ public:
     }
 
     int Get() const noexcept { return descriptor; }
+    int Release() noexcept { return std::exchange(descriptor, -1); }
     explicit operator bool() const noexcept { return descriptor >= 0; }
 
 private:
     int descriptor = -1;
 };
+
+/// The same open file under a number that is none of the standard streams'. A host that has closed
+/// those would else write to the file whatever it, or another library, writes to them. None if the
+/// system gives no other number.
+CUniqueFd AwayFromStandardStreams(CUniqueFd opened) noexcept;
 
 }  // namespace SMTPClientNS
 

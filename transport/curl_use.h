@@ -19,7 +19,7 @@ public:
     CCurlUse(const CCurlUse &) = delete;
     CCurlUse &operator=(const CCurlUse &) = delete;
 
-    /// False: the process is ending, and libcurl must not be called (any more).
+    /// False: the process is ending, and libcurl may be called for nothing but to free memory.
     bool IsGranted() const noexcept { return granted; }
 
 private:

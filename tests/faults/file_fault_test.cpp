@@ -38,14 +38,15 @@ TEST(AttachmentFaults, AFileThatChangesBeforeItsTurn) {
     struct Case {
         const char *change;
         std::int32_t code;
+        const char *sent = "";  ///< At the end of the file's content, in Base64.
     };
     const Case cases[] = {
         {"rm attached", ResultFileUnreadable},
         {"chmod 0 attached", ResultFileUnreadable},
         {"rm attached && mkdir attached", ResultFileUnreadable},
         {"rm attached && mkfifo attached", ResultFileUnreadable},
-        {"echo more and more >>attached", ResultSuccess},
-        {"truncate -s 3 attached", ResultSuccess},
+        {"seq 999 >>attached", ResultSuccess, "Cjk5OQo=\r\n--"},
+        {"truncate -s 3 attached", ResultSuccess, "MTIz\r\n--"},
     };
     const auto user =
         static_cast<uid_t>(::setfsuid(65534));  // Root, and its threads, would read everything.
@@ -60,12 +61,13 @@ TEST(AttachmentFaults, AFileThatChangesBeforeItsTurn) {
         const Message message = MakeSmallMessage();
         client->SetMessage(message.get());
         client->SendAsync();
-        message->AddAttachment(folder.Write("attached", std::string(1000, 'x')).c_str());
+        message->AddAttachment(folder.Write("attached", "12345").c_str());
         client->SendAsync();
         ASSERT_EQ(std::system(("cd " + folder.PathOf("") + " && " + c.change).c_str()), 0);
         server.OpenGate();
         ASSERT_TRUE(sink.WaitForReports(2));
         EXPECT_EQ(sink.lastCode, c.code);
+        EXPECT_NE(server.Mails().back().data.find(c.sent), std::string::npos);
     }
     ::setfsuid(user);
 }

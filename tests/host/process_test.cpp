@@ -1,4 +1,4 @@
-#include <malloc.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,11 +11,6 @@ namespace SMTPClientNS {
 namespace {
 
 class Process : public CHostTest {};
-
-std::size_t Occurrences(const std::string &text, const std::string &part) {
-    const std::size_t at = text.find(part);
-    return at == std::string::npos ? 0 : 1 + Occurrences(text.substr(at + 1), part);
-}
 
 std::chrono::steady_clock::time_point exitBegan;
 
@@ -57,6 +52,34 @@ TEST_F(Process, ChildOfAForkStandsAlone) {
     server.OpenGate();
     ASSERT_TRUE(sink.WaitForReports(2));
     EXPECT_EQ(sink.told, "1=-1 A general error occurred\n2=1 \n");
+}
+
+/// No connection is a standard stream, or stays open in a program that is executed.
+bool ConnectionsAreKeptApart() {
+    constexpr int MoreThanAreOpen = 100;
+    for (int number = 0; number < MoreThanAreOpen; ++number) {
+        sockaddr address = {};
+        socklen_t size = sizeof address;
+        if (::getsockname(number, &address, &size) == 0 && address.sa_family == AF_INET &&
+            (number <= STDERR_FILENO || ::fcntl(number, F_GETFD) != FD_CLOEXEC)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+TEST_F(Process, KeepsConnectionsFromStandardStreamsAndFromPrograms) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        for (const int stream : {0, 1, 2}) {
+            ::close(stream);
+        }
+        const bool isSent = client->Send() == ResultSuccess;  // Told to the standard error stream.
+        ::_exit(isSent && ConnectionsAreKeptApart() ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 /// Goes with the process, behind the library's own exit handler.
