@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/process.h"
+#include "platform/wiping_allocator.h"
 
 namespace SMTPClientNS {
 
@@ -12,27 +12,21 @@ namespace SMTPClientNS {
 class CSecretText {
 public:
     CSecretText() = default;
-    ~CSecretText() { Wipe(units); }
     CSecretText(const CSecretText &) = delete;
     CSecretText &operator=(const CSecretText &) = delete;
 
     void Set(std::u16string_view value) {
-        Units replaced(value.size() + 1, u'\0');  // At its full size at once: no copy stays behind.
-        value.copy(replaced.data(), value.size());
+        Units replaced(value.size() + 1, u'\0');
+        value.copy(replaced.data(), value.size());  // It may be a part of what goes.
         units.swap(replaced);
-        Wipe(replaced);
     }
 
     /// 0-terminated; until the next Set.
     const char16_t *Get() const noexcept { return units.data(); }
 
 private:
-    /// No string: a short one would lie in the object itself and leave traces where it is moved.
-    using Units = std::vector<char16_t>;
-
-    static void Wipe(Units &units) noexcept {
-        WipeMemory(units.data(), units.size() * sizeof(char16_t));
-    }
+    /// No string: a short one would lie in the object itself.
+    using Units = std::vector<char16_t, CWipingAllocator<char16_t>>;
 
     Units units = {u'\0'};
 };

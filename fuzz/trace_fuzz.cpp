@@ -56,7 +56,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     log.lastResult = 0;
     HandOverTraceAndMakeLogPass(trace, CRunningSend(), log);
     std::string joined;
-    for (const NarrowString &chunk : log.fileLines.Bytes()) {
+    for (const TraceText &chunk : log.fileLines.Bytes()) {
         joined += chunk;
     }
     Require(joined.compare(0, expected.size(), expected) == 0);

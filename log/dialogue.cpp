@@ -103,11 +103,11 @@ std::deque<NarrowString> CDialogue::TakeEntries(NarrowString closingEntry) {
 }
 
 void CDialogue::AddRows(char label, std::string_view text) {
-    NarrowString rows;
+    TraceText rows;
     AppendTraceRows(label, text, rows);
     for (std::size_t start = 0; start < rows.size();) {
         const std::size_t end = rows.find('\n', start) + 1;
-        entries.push_back(rows.substr(start, end - start));
+        entries.emplace_back(std::string_view(rows).substr(start, end - start));
         start = end;
     }
 }

@@ -51,8 +51,8 @@ private:
     NarrowString lastReply;
     std::size_t mailSize = 0;  ///< Of the mail's text that no row tells of yet, in bytes.
     bool inLogin = false;
-    bool saidQuit =
-        false;  ///< Said by libcurl behind a refusal, too, whose reply is the one to keep.
+    /// Said by libcurl behind a refusal, too, whose reply is the one to keep.
+    bool saidQuit = false;
 };
 
 }  // namespace SMTPClientNS

@@ -16,7 +16,7 @@ void CEntryQueue::Append(std::string_view entry) {
     const std::string_view tail = entry.substr(head.size());
     if (!tail.empty()) {
         const std::size_t next = chunks.empty() ? FirstChunkSize : chunks.back().capacity() * 2;
-        NarrowString chunk;
+        TraceText chunk;
         chunk.reserve(std::max(std::min(next, LargestChunkSize), tail.size()));
         chunk += tail;
         chunks.push_back(std::move(chunk));

@@ -4,7 +4,7 @@
 #include <list>
 #include <string_view>
 
-#include "platform/text_types.h"
+#include "log/trace_rows.h"
 
 namespace SMTPClientNS {
 
@@ -13,7 +13,7 @@ namespace SMTPClientNS {
 /// million entries no memory beside their bytes, and which move from queue to queue uncopied.
 class CEntryQueue {
 public:
-    using Chunks = std::list<NarrowString>;
+    using Chunks = std::list<TraceText>;
 
     /// Strong guarantee: without memory for it, nothing of the entry is taken.
     void Append(std::string_view entry);

@@ -13,7 +13,7 @@ void WriteFileLines(const ClientLog &client, const WideString &path, bool append
     if (!file.IsOpen()) {
         return;
     }
-    for (const NarrowString &chunk : client.fileLines.Bytes()) {
+    for (const TraceText &chunk : client.fileLines.Bytes()) {
         if (!file.Write(chunk)) {
             return;
         }

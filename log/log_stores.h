@@ -15,7 +15,7 @@ namespace SMTPClientNS {
 
 /// What a trace leaves for the log passes behind it.
 struct TraceStore {
-    NarrowString scratch;   ///< The last entry, and each result block that followed it.
+    TraceText scratch;      ///< The last entry, and each result block that followed it.
     CEntryQueue fileLines;  ///< All entries that no pass has moved yet.
 };
 

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <exception>
 
-#include "log/trace_rows.h"
-
 namespace SMTPClientNS {
 
 void CTransferTrace::SwitchOn(CURL *handle) {
@@ -18,6 +16,13 @@ void CTransferTrace::SwitchOn(CURL *handle) {
     curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &TraceCallback);
     curl_easy_setopt(handle, CURLOPT_DEBUGDATA, this);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText.data());
+}
+
+NarrowString CTransferTrace::ErrorText() const {
+    NarrowString text = errorText.data();
+    const auto isControl = [](char byte) { return (byte >= 0 && byte < ' ') || byte == '\x7F'; };
+    std::replace_if(text.begin(), text.end(), isControl, '.');
+    return text;
 }
 
 int CTransferTrace::TraceCallback(CURL * /*handle*/, curl_infotype type, char *data,

@@ -8,6 +8,7 @@
 
 #include "log/dialogue.h"
 #include "log/entry_queue.h"
+#include "log/trace_rows.h"
 #include "platform/text_types.h"
 
 namespace SMTPClientNS {
@@ -34,7 +35,7 @@ public:
                              void *trace) noexcept;
 
     /// The last finished entry.
-    const NarrowString &Scratch() const noexcept { return scratch; }
+    const TraceText &Scratch() const noexcept { return scratch; }
 
     /// All finished entries; the caller may move them away.
     CEntryQueue &FileLines() noexcept { return fileLines; }
@@ -42,15 +43,16 @@ public:
     CDialogue &Dialogue() noexcept { return dialogue; }
     const CDialogue &Dialogue() const noexcept { return dialogue; }
 
-    /// What libcurl says of a failure (CURLOPT_ERRORBUFFER); empty if it says nothing.
-    const char *ErrorText() const noexcept { return errorText.data(); }
+    /// What libcurl says of a failure (CURLOPT_ERRORBUFFER); empty if it says nothing. Control
+    /// bytes show as full stops: names in a server's certificate are quoted as they are.
+    NarrowString ErrorText() const;
 
 private:
     void Collect(curl_infotype type, std::string_view data);
     void CollectText(const char *text);
     void CollectRows(char label, std::string_view data);
 
-    NarrowString scratch;  ///< The entry under construction, reused from report to report.
+    TraceText scratch;  ///< The entry under construction, reused from report to report.
     CEntryQueue fileLines;
     CDialogue dialogue;
     std::array<char, CURL_ERROR_SIZE> errorText = {};

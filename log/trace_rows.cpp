@@ -20,7 +20,7 @@ std::size_t FindRowBreak(std::string_view rest) {
 
 /// Without a branch and over a whole row, so that the compiler makes vector code of it, and
 /// appended at once: a mail of any size passes here byte by byte.
-void AppendRow(char label, std::string_view bytes, NarrowString &target) {
+void AppendRow(char label, std::string_view bytes, TraceText &target) {
     std::array<unsigned char, RowCapacity> row = {};
     std::memcpy(row.data() + RowHeadLength, bytes.data(), bytes.size());
     for (std::size_t i = 0; i < LongestRow; ++i) {
@@ -37,7 +37,7 @@ void AppendRow(char label, std::string_view bytes, NarrowString &target) {
 
 }  // namespace
 
-void AppendTraceRows(char label, std::string_view data, NarrowString &target) {
+void AppendTraceRows(char label, std::string_view data, TraceText &target) {
     while (!data.empty()) {
         const std::size_t rowBreak = FindRowBreak(data);
         const std::size_t shown = std::min(rowBreak, LongestRow);

@@ -2,14 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace SMTPClientNS {
 namespace {
 
 TEST(EntryQueue, KeepsManyEntriesInFewChunksAndMovesThemUncopied) {
     CEntryQueue queue;
-    NarrowString expected;
+    std::string expected;
     for (int number = 0; number < 100000; ++number) {
-        NarrowString entry = std::to_string(number) + "\n";
+        std::string entry = std::to_string(number) + "\n";
         entry.resize(number % 20000 == 7 ? 3U << 20U : entry.size(), '.');
         queue.Append(entry);
         expected += entry;
@@ -21,8 +23,8 @@ TEST(EntryQueue, KeepsManyEntriesInFewChunksAndMovesThemUncopied) {
     target.Append(std::move(queue));
     EXPECT_EQ(std::next(target.Bytes().begin())->data(), bytes);
     target.Append("last");
-    NarrowString joined;
-    for (const NarrowString &chunk : target.Bytes()) {
+    std::string joined;
+    for (const TraceText &chunk : target.Bytes()) {
         joined += chunk;
     }
     EXPECT_TRUE(joined == "first " + expected + "last");  // Too long to be shown.

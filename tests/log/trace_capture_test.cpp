@@ -35,9 +35,9 @@ TEST(TraceCapture, MakesOneEntryOfEachReport) {
             trace.Finish();
         }
         EXPECT_EQ(testing::internal::GetCapturedStderr(), onStandardError);
-        EXPECT_EQ(trace.Scratch(), entry);
+        EXPECT_EQ(std::string_view(trace.Scratch()), entry);
         const CEntryQueue::Chunks &stored = trace.FileLines().Bytes();
-        EXPECT_EQ(stored.empty() ? "" : stored.front(), entry);
+        EXPECT_EQ(stored.empty() ? std::string_view() : stored.front(), entry);
     }
 }
 
