@@ -46,7 +46,8 @@ SMTPCLIENT_API int SmtpClientWaitEvents(int timeoutMs);
 /// context        what was given to SmtpClientSetMessageBox.
 ///
 /// Runs on the thread that composes a mail, inside Send or SendAsync, and may block it until the
-/// user has answered. Must not throw.
+/// user has answered. Must not throw, nor change or release the message or the client that is being
+/// sent.
 using SmtpClientMessageBox = void (*)(const char16_t *text, const char16_t *caption,
                                       std::uint32_t style, void *context);
 

@@ -54,6 +54,8 @@ enum AddressField : std::int32_t {
 /// Lists keep the order of adding, look for no duplicates, and are read with indexes from 1; an
 /// index of 0 or above the length gives the empty text.
 ///
+/// Where memory runs out, an operation throws std::bad_alloc, and the message stays fit for use.
+///
 /// Thread: one at a time, and none during a Send or SendAsync that uses the message.
 class IMimeMessage {
 public:
