@@ -244,7 +244,12 @@ TEST(Send, LogsWhatWasSaid) {
     Scene scene;
     scene.message->SetTextBody(u"");
     scene.SetLogFile(true);
+    testing::internal::CaptureStderr();
     EXPECT_EQ(scene.client->Send(), ResultSuccess);
+    EXPECT_EQ(Masked(testing::internal::GetCapturedStderr()),
+              "  Trying HOST...\nConnected to 127.0.0.1 (HOST (#0)\n"
+              "We are completely uploaded and fine\n" +
+                  last);
     EXPECT_EQ(scene.LogFile(), file);
     EXPECT_EQ(scene.client->Send(), ResultSuccess);
     EXPECT_EQ(scene.LogFile(), file + Replaced(file, {{"B1", "B2"}}));
