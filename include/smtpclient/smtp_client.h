@@ -75,8 +75,8 @@ constexpr std::int32_t LastResultNone = 999;
 /// returned belongs to the client, is never null, and holds until the field is set again or the
 /// client ends.
 ///
-/// Where memory runs out, an operation that takes or gives text throws std::bad_alloc and leaves its
-/// field as it was; Send and SendAsync never throw.
+/// Where memory runs out, an operation that takes or gives text throws std::bad_alloc and leaves
+/// its field as it was; Send and SendAsync never throw.
 ///
 /// Thread: a client is driven by one thread at a time; different clients by different threads at
 /// once.

@@ -5,21 +5,22 @@
 #
 # Usage: scripts/lib/interop-setup.sh FOLDER      (as root, for the owners of the servers' folders)
 #
-#   FOLDER/root                  what an installation of the packages would have put under /
-#   FOLDER/root/etc/interop      an authority (ca.pem, which is all that root trusts), a stranger
-#                                to it, and a certificate of each kind, with its key and chain
+#   FOLDER/system                what an installation of the packages would have put under /
+#   FOLDER/system/etc/interop    an authority (ca.pem, the only one trusted there), a stranger to
+#                                it, a certificate of each kind, with its key and chain, and
+#                                what the authority answers about the good one (OCSP)
 set -euo pipefail
 
 mkdir -p "${1:?folder}"
 folder=$(realpath "$1")
 packages=(postfix exim4-daemon-light opensmtpd dovecot-core dovecot-submissiond microsocks
-    dante-server gir1.2-gmime-3.0 python3-gi libcurl3-gnutls libcurl4)
+    dante-server gir1.2-gmime-3.0 python3-gi libcurl3-gnutls libcurl4 libfaketime)
 
 if [[ -e $folder/complete && ! $0 -nt $folder/complete ]]; then
     exit 0
 fi
 rm -rf "${folder:?}"/*
-mkdir -p "$folder/root/etc/interop" "$folder/debs"
+mkdir -p "$folder/system/etc/interop" "$folder/debs"
 
 fetch_packages() {
     if ! apt-cache show postfix >/dev/null 2>&1; then
@@ -37,7 +38,7 @@ fetch_packages() {
     (cd "$folder/debs" && apt-get download --quiet=2 -o APT::Sandbox::User=root "${needed[@]}")
     for package in "$folder"/debs/*.deb; do
         # What a package still has in /lib goes where the system's link leads.
-        dpkg-deb --fsys-tarfile "$package" | tar -x -C "$folder/root" \
+        dpkg-deb --fsys-tarfile "$package" | tar -x -C "$folder/system" \
             --transform 's,^\./lib/,./usr/lib/,' --exclude=./usr/share/doc
     done
     rm -rf "$folder/debs"
@@ -45,7 +46,7 @@ fetch_packages() {
 
 # What the packages' own scripts would have done, and a login for dante, which asks the system.
 add_users_and_folders() {
-    cd "$folder/root"
+    cd "$folder/system"
     local id=880 name
     cp /etc/{passwd,group,shadow} etc
     for name in postfix postdrop dovecot dovenull Debian-exim opensmtpd opensmtpq user; do
@@ -72,8 +73,15 @@ certificate() {
     chmod 644 "$1.pem"
 }
 
+# answer NAME DAYS STATUS: what the authority says about the good certificate, and for how long.
+answer() {
+    printf '%s\t01\tunknown\t/CN=good\n' "$3" >index
+    openssl ocsp -index index -CA ca.pem -rsigner ca.pem -rkey ca.key -issuer ca.pem \
+        -cert good.crt -ndays "$2" -respout "$1.ocsp" 2>/dev/null
+}
+
 make_certificates() {
-    cd "$folder/root/etc/interop"
+    cd "$folder/system/etc/interop"
     local authority
     for authority in ca stranger; do
         openssl req -x509 -newkey rsa:2048 -nodes -days 3650 -subj "/CN=$authority" \
@@ -82,9 +90,10 @@ make_certificates() {
     certificate good ca 3650 1
     certificate expired ca -1 2
     certificate untrusted stranger 3650 3
-    printf 'V\t991231235959Z\t\t01\tunknown\t/CN=good\n' >index
-    openssl ocsp -index index -CA ca.pem -rsigner ca.pem -rkey ca.key -issuer ca.pem \
-        -cert good.crt -ndays 3650 -respout good.ocsp 2>/dev/null
+    answer good 3650 $'V\t991231235959Z\t'
+    answer revoked 3650 $'R\t991231235959Z\t260101000000Z'
+    FAKETIME=-30d LD_PRELOAD=$(echo "$folder"/system/usr/lib/*/faketime/libfaketime.so.1) \
+        answer outdated 1 $'V\t991231235959Z\t'
 }
 
 fetch_packages
