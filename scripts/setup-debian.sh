@@ -16,7 +16,7 @@ if ! is_installed libcurl4-gnutls-dev && ! is_installed libcurl4-nss-dev; then
     packages+=(libcurl4-openssl-dev)
 fi
 server=(python3-aiosmtpd openssl ca-certificates)
-tests=(libgtest-dev "${server[@]}" microsocks locales pkg-config libglib2.0-dev)
+tests=(libgtest-dev "${server[@]}" locales pkg-config libglib2.0-dev)
 case $purpose in
     build) ;;
     demo) packages+=("${server[@]}") ;;
