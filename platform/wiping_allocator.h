@@ -25,8 +25,12 @@ struct CWipingAllocator {
         std::allocator<T>().deallocate(memory, count);
     }
 
-    friend bool operator==(const CWipingAllocator &, const CWipingAllocator &) { return true; }
-    friend bool operator!=(const CWipingAllocator &, const CWipingAllocator &) { return false; }
+    friend bool operator==(const CWipingAllocator & /*left*/, const CWipingAllocator & /*right*/) {
+        return true;
+    }
+    friend bool operator!=(const CWipingAllocator & /*left*/, const CWipingAllocator & /*right*/) {
+        return false;
+    }
 };
 
 }  // namespace SMTPClientNS
