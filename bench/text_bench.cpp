@@ -2,15 +2,13 @@
 
 #include <benchmark/benchmark.h>
 
-#include <memory>
 #include <string>
-
-#include <smtpclient/mime_message.h>
 
 #include "compose/charset_converter.h"
 #include "compose/encoded_word.h"
 #include "log/trace_rows.h"
 #include "message/html_images.h"
+#include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -35,7 +33,7 @@ void TraceRowsOfBase64(benchmark::State &state) {
     const std::string line = std::string(76, 'A') + "\r\n";
     std::string report = line + line + line + line;
     report.resize(349, 'A');
-    std::string rows;
+    TraceText rows;
     for (auto turn : state) {
         rows.clear();
         AppendTraceRows(ClientLabel, report, rows);
@@ -51,7 +49,7 @@ void TraceRowsOfBinary(benchmark::State &state) {
     for (std::size_t at = 0; at < report.size(); ++at) {
         report[at] = static_cast<char>(at * 37);
     }
-    std::string rows;
+    TraceText rows;
     for (auto turn : state) {
         rows.clear();
         AppendTraceRows(ClientLabel, report, rows);
@@ -61,17 +59,13 @@ void TraceRowsOfBinary(benchmark::State &state) {
 }
 BENCHMARK(TraceRowsOfBinary);
 
-struct Releaser {
-    void operator()(IMimeMessage *message) const { message->Release(); }
-};
-
 /// Image tags alone, whose pictures do not exist. The time for a byte has to stay the same however
 /// many there are.
 void HtmlWithImages(benchmark::State &state) {
     const std::u16string tag = u"<img alt=x src=\"/nonexistent/a.png\">\r\n";
     const std::u16string html =
         Repeated(tag, static_cast<std::size_t>(state.range(0)) * tag.size());
-    const std::unique_ptr<IMimeMessage, Releaser> message(CreateMimeMessage());
+    const Message message = MakeMessage();
     for (auto turn : state) {
         message->SetHtmlBody(html.c_str());
         ScanHtmlImages(*message);

@@ -2,13 +2,12 @@
 
 #include <curl/curl.h>
 
-#include <memory>
+#include "tests/support/host_tools.h"
 
-#include <smtpclient/smtpclient.h>
-
+using SMTPClientNS::Client;
 using SMTPClientNS::ICompletionSink;
-using SMTPClientNS::IMimeMessage;
-using SMTPClientNS::ISmtpClient;
+using SMTPClientNS::Message;
+using SMTPClientNS::Wide;
 
 namespace {
 
@@ -64,17 +63,6 @@ int CountBytes(CURL * /*easy*/, curl_infotype type, char * /*data*/, std::size_t
                void *count) noexcept {
     *static_cast<std::uint64_t *>(count) += type == CURLINFO_DATA_OUT ? size : 0;
     return 0;
-}
-
-template <typename T>
-struct Releaser {
-    void operator()(T *owned) const { owned->Release(); }
-};
-using Client = std::unique_ptr<ISmtpClient, Releaser<ISmtpClient>>;
-using Message = std::unique_ptr<IMimeMessage, Releaser<IMimeMessage>>;
-
-std::u16string Wide(const std::string &ascii) {
-    return {ascii.begin(), ascii.end()};
 }
 
 Message MakeMessage(const MailToSend &mail) {
