@@ -76,14 +76,17 @@ std::int32_t CSmtpClientWrapper::SetProxy(const char16_t *proxyHost, std::int32_
         proxyEnabled = false;
         return 0;
     }
-    proxyEnabled = true;
-    proxy.host = proxyHost;
-    proxy.port = proxyPort;
-    proxy.type = type;
+    // Without memory for all of it nothing changes: no proxy may get another's password.
+    WideString newHost = proxyHost;
+    WideString newUserName = hasCredentials ? proxyUser : proxy.userName;
     if (hasCredentials) {
-        proxy.userName = proxyUser;
         proxy.password.Set(proxyPassword);
     }
+    proxy.host.swap(newHost);
+    proxy.userName.swap(newUserName);
+    proxy.port = proxyPort;
+    proxy.type = type;
+    proxyEnabled = true;
     return 1;
 }
 

@@ -103,5 +103,30 @@ TEST(MemoryFaults, EachFailedAllocationOfABackgroundSendIsReported) {
     EXPECT_EQ(sink.lastCode, ResultSuccess);
 }
 
+// Or one proxy would get the other's password.
+TEST(MemoryFaults, AProxyChangesWhollyOrNotAtAll) {
+    const Client client = MakeClient();
+    std::u16string letters(100, u'a');
+    const auto set = [&] {
+        const char16_t *const text = letters.c_str();
+        try {
+            client->SetProxy(text, letters[0], letters[0], text, text);
+        } catch (const std::bad_alloc &) {
+        }
+    };
+    set();
+    letters.assign(200, u'b');
+    const auto check = [&] {
+        std::string fields;
+        for (const std::int32_t index : {ProxyHost, ProxyPort, ProxyUserName, ProxyPassword}) {
+            char16_t value[ProxyValueCapacity] = {};
+            client->GetProxyValue(value, index);
+            fields += Narrow(value).substr(0, 2) + " ";
+        }
+        EXPECT_TRUE(fields == "aa 97 aa aa " || fields == "bb 98 bb bb ") << fields;
+    };
+    EXPECT_GT(FailEachAllocation(set, check), 0);
+}
+
 }  // namespace
 }  // namespace SMTPClientNS
