@@ -15,11 +15,15 @@ struct AbandonedHandles {
 
 /// A connection that must not be touched: once the exit handlers of libcurl's libraries may have
 /// run, or where it is a parent's, too. The handle stays reachable until the process is gone.
-void Abandon(CurlEasy handle) {
+void Abandon(CurlEasy handle) noexcept {
     static CNeverDestroyed<AbandonedHandles> abandoned;
     AbandonedHandles &keeper = abandoned.Get();
     const CLock lock(keeper.mutex);
-    keeper.handles.push_back(handle.release());
+    try {
+        keeper.handles.push_back(handle.release());
+    } catch (const std::bad_alloc &) {
+        // It stays all the same, if unreachable.
+    }
 }
 
 }  // namespace

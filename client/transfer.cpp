@@ -39,7 +39,7 @@ curl_socket_t OpenConnection(void * /*unused*/, curlsocktype /*purpose*/,
 
 }  // namespace
 
-std::int32_t PerformTransfer(const SendHandles &handles,
+std::int32_t PerformTransfer(SendHandles &handles,
                              const std::atomic<bool> *stopRequested) noexcept {
     const CCurlUse use;
     if (!use.IsGranted()) {
@@ -53,7 +53,9 @@ std::int32_t PerformTransfer(const SendHandles &handles,
             return CURLE_READ_ERROR;
         }
         // Its size as it is now: the file may have changed while the send waited for its turn.
-        curl_mime_filedata(file.part, file.path.c_str());
+        if (curl_mime_filedata(file.part, file.path.c_str()) == CURLE_OUT_OF_MEMORY) {
+            return CURLE_OUT_OF_MEMORY;
+        }
     }
     CURL *const easy = handles.easyHandle.get();
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &OpenConnection);

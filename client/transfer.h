@@ -18,8 +18,9 @@ namespace SMTPClientNS {
 ///                                   supplies addresses would write SMTP commands of his own;
 ///     CURLE_READ_ERROR              a file to send has become a folder, a pipe or a device, which
 ///                                   would send nothing or block for ever;
+///     CURLE_OUT_OF_MEMORY           there is no memory to open a file to send;
 ///     CURLE_ABORTED_BY_CALLBACK     the process is ending.
-std::int32_t PerformTransfer(const SendHandles &handles,
+std::int32_t PerformTransfer(SendHandles &handles,
                              const std::atomic<bool> *stopRequested = nullptr) noexcept;
 
 }  // namespace SMTPClientNS

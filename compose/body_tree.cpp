@@ -19,7 +19,7 @@ constexpr const char *TextType = "text/plain; charset=";
 constexpr const char *FileEncoding = "base64";
 
 // libcurl's refusals are not looked at. A file that cannot be read ends the transfer with
-// CURLE_READ_ERROR; any other comes of a lack of memory and leaves at most a part without content.
+// CURLE_READ_ERROR; any other comes of a lack of memory, and the mail lacks what was refused.
 // A null part is refused by every later call.
 
 const IMimeMessage *MessageOf(const ISmtpClient *client) {

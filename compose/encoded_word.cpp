@@ -1,8 +1,7 @@
 #include "compose/encoded_word.h"
 
-#include <algorithm>
-#include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "compose/base64.h"
 #include "compose/charset_converter.h"

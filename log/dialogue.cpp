@@ -53,8 +53,13 @@ NarrowString Shown(std::string_view text) {
 
 }  // namespace
 
-void CDialogue::Clear() {
-    *this = CDialogue();
+void CDialogue::Clear() noexcept {
+    entries.clear();
+    openReply.clear();
+    lastReply.clear();
+    mailSize = 0;
+    inLogin = false;
+    saidQuit = false;
 }
 
 void CDialogue::ServerSaid(std::string_view line) {

@@ -1,7 +1,6 @@
 #ifndef LOG_DIALOGUE_H
 #define LOG_DIALOGUE_H
 
-#include <cstdint>
 #include <deque>
 #include <string_view>
 
@@ -21,7 +20,7 @@ namespace SMTPClientNS {
 /// mechanism's name, and the mail's text is told by its size. Each row is an entry of its own.
 class CDialogue {
 public:
-    void Clear();
+    void Clear() noexcept;
 
     /// One line of a reply, with its line end.
     void ServerSaid(std::string_view line);

@@ -1,6 +1,7 @@
 #include "log/entry_queue.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace SMTPClientNS {
 namespace {

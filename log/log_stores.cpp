@@ -103,9 +103,10 @@ void ClearLogStores(ClientLog &client) {
     client.logLines.clear();
     client.fileLines.Clear();
     client.ownTrace.reset();
+    TraceStore dropped;  // Freed behind the lock: it may be as large as a mail.
     LogStores &stores = TheStores();
     const CLock lock(stores.mutex);
-    stores.shared = {};
+    std::swap(dropped, stores.shared);
 }
 
 void HandOverTrace(CTransferTrace &trace, const CRunningSend &send, ClientLog &client) {

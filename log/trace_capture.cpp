@@ -7,10 +7,10 @@
 namespace SMTPClientNS {
 
 void CTransferTrace::SwitchOn(CURL *handle) {
+    errorText.front() = '\0';
     scratch.clear();
     fileLines.Clear();
     dialogue.Clear();
-    errorText.front() = '\0';
     collecting = true;
     curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
     curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &TraceCallback);
@@ -20,7 +20,7 @@ void CTransferTrace::SwitchOn(CURL *handle) {
 
 NarrowString CTransferTrace::ErrorText() const {
     NarrowString text = errorText.data();
-    const auto isControl = [](char byte) { return (byte >= 0 && byte < ' ') || byte == '\x7F'; };
+    const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
     std::replace_if(text.begin(), text.end(), isControl, '.');
     return text;
 }

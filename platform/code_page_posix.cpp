@@ -2,6 +2,7 @@
 
 #include <iconv.h>
 #include <langinfo.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <array>
@@ -9,9 +10,9 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 #include "platform/never_destroyed.h"
+#include "platform/process.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -45,6 +46,7 @@ public:
     NarrowString Run(std::string_view input, std::string_view replacement,
                      const FaultLength &faultLength) const {
         NarrowString output;
+        output.reserve(2 * input.size());  // Nothing stays behind where it would have grown.
         std::size_t window = LargestWindow;
         while (!input.empty()) {
             const std::string_view offered = input.substr(0, window);
@@ -84,6 +86,7 @@ private:
                                     &outLeft) == static_cast<std::size_t>(-1);
         const int reason = failed ? errno : 0;
         output.append(piece.data(), piece.size() - outLeft);
+        WipeMemory(piece.data(), piece.size() - outLeft);  // It may be of a password.
         return {inLeft, reason};
     }
 
@@ -154,11 +157,9 @@ NarrowString FindCodeset() {
 }
 
 /// However it is spelled: "UTF-8", "utf8".
-bool IsUtf8Name(const NarrowString &codeset) {
-    NarrowString letters;
-    std::copy_if(codeset.begin(), codeset.end(), std::back_inserter(letters),
-                 [](char c) { return c != '-' && c != '_'; });
-    return letters == "utf8" || letters == "UTF8";
+bool IsUtf8Name(NarrowString codeset) {
+    codeset.erase(std::remove(codeset.begin(), codeset.end(), '-'), codeset.end());
+    return ::strcasecmp(codeset.c_str(), "utf8") == 0;
 }
 
 bool IconvKnows(const NarrowString &codeset) {

@@ -2,6 +2,8 @@
 
 #include <sys/socket.h>
 
+#include <utility>
+
 #include "platform/unique_fd.h"
 
 namespace SMTPClientNS {
