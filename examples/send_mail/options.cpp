@@ -3,7 +3,6 @@
 #include <getopt.h>
 #include <iconv.h>
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <iomanip>

@@ -143,8 +143,9 @@ public:
     ///       Relative paths count from the process's working directory.
     ///
     /// Reports nothing. The body stays as it was if the file is missing, empty, not a regular file,
-    /// 4 GiB or larger, locked exclusively (flock) by another, or cannot be read. A byte order mark
-    /// becomes part of the text.
+    /// 4 GiB or larger, locked exclusively (flock) by another, or cannot be read; a mode with the
+    /// image scan then scans the HTML body that is there. A byte order mark becomes part of the
+    /// text.
     virtual void LoadBodyFromFile(const char16_t *path, std::int32_t mode) = 0;
 
     /// The HTML body, sent as it stands: line ends have to be CR LF. Null counts as empty, and an

@@ -76,7 +76,8 @@ constexpr std::int32_t LastResultNone = 999;
 /// client ends.
 ///
 /// Where memory runs out, an operation that takes or gives text throws std::bad_alloc and leaves
-/// its field as it was; Send and SendAsync never throw.
+/// its field as it was; Send and SendAsync never throw, but a mail may then go without a part of
+/// it.
 ///
 /// Thread: a client is driven by one thread at a time; different clients by different threads at
 /// once.
