@@ -1,5 +1,7 @@
 #include "client/send_handles.h"
 
+#include <new>
+
 #include "platform/never_destroyed.h"
 #include "platform/process.h"
 #include "platform/thread_safety.h"

@@ -184,6 +184,8 @@ TEST(Send, TellsWhatStoppedIt) {
         {[](S s) { s.server.At("RCPT", "550-5.1.1 no\r\n550 such user\r\n"); }, -13, 55, 6,
          Sending + " (550 5.1.1 no such user)"},
         {[](S s) { s.server.At("END", "452 full\r\n"); }, -1, 8, 6, General + " (452 full)"},
+        {[](S s) { s.server.At("END", CSmtpServer::HangUp); }, -14, 56, 6,
+         "Failure in receiving network data. (response reading failed)"},
     };
     for (const Case &c : cases) {
         for (const bool isLogged : {false, true}) {
