@@ -19,6 +19,8 @@ TEST(CodePageDeathTest, IsThatOfTheUsersLocale) {
     const std::string eucJp = " && localedef -i ja_JP -f EUC-JP " + folder.PathOf("eucjp");
     ASSERT_EQ(std::system((latin + eucJp).c_str()), 0) << "needs Debian's package locales";
     ::setenv("LOCPATH", folder.PathOf("").c_str(), 1);
+    ::unsetenv("LC_ALL");
+    ::unsetenv("LC_CTYPE");
     ::setenv("LANG", "xx_XX.KOI8-R", 1);  // Overruled by the other two variables.
     struct Case {
         const char *variable, *locale, *narrow, *bytes;
