@@ -8,6 +8,7 @@
 #include "transport/connection_options.h"
 #include "transport/curl_use.h"
 #include "transport/envelope.h"
+#include "transport/result_catalogue.h"
 
 namespace SMTPClientNS {
 namespace {

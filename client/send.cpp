@@ -4,7 +4,6 @@
 #include "client/prepare_send.h"
 #include "client/smtp_client_wrapper.h"
 #include "log/log_file.h"
-#include "transport/envelope.h"
 #include "transport/result_catalogue.h"
 
 namespace SMTPClientNS {

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_input.h"
-#include "message/mime_message.h"
+#include "message/message_store.h"
 #include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {

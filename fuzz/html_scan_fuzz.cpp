@@ -2,7 +2,7 @@
 
 #include "fuzz/fuzz_input.h"
 #include "message/html_images.h"
-#include "message/mime_message.h"
+#include "message/message_store.h"
 
 namespace SMTPClientNS {
 namespace {

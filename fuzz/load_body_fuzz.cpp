@@ -2,7 +2,7 @@
 #include <unistd.h>
 
 #include "fuzz/fuzz_input.h"
-#include "message/mime_message.h"
+#include "message/message_store.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace SMTPClientNS;

@@ -6,6 +6,7 @@
 
 #include "compose/text_conversion.h"
 #include "platform/text_types.h"
+#include "transport/result_catalogue.h"
 
 namespace SMTPClientNS {
 namespace {

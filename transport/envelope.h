@@ -11,13 +11,6 @@
 
 namespace SMTPClientNS {
 
-/// What stops a preparation, beside the libcurl codes.
-enum PreparationFailure : std::int32_t {
-    NothingToSend = -1,  ///< A handle, the client or the message is missing.
-    NoSender = -2,
-    NoRecipients = -3,
-};
-
 /// Sets the addresses of the To, Cc and Bcc lists, in this order, as the recipients of the
 /// envelope (RCPT TO, RFC 5321). Nothing is tested, sorted or merged.
 ///

@@ -11,7 +11,6 @@
 #include "platform/code_page.h"
 #include "platform/locale.h"
 #include "platform/never_destroyed.h"
-#include "transport/envelope.h"
 
 namespace SMTPClientNS {
 namespace {

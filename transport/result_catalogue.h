@@ -8,6 +8,13 @@
 
 namespace SMTPClientNS {
 
+/// What stops a preparation, beside the libcurl codes.
+enum PreparationFailure : std::int32_t {
+    NothingToSend = -1,  ///< A handle, the client or the message is missing.
+    NoSender = -2,
+    NoRecipients = -3,
+};
+
 /// What the host and its user are told for an internal code: 0, a libcurl result (CURLcode), or one
 /// of the library's own negative codes.
 struct ResultRow {

@@ -17,8 +17,9 @@ CURL = " <curl/curl.h>"
 ONLY_CONVERSION = " compose/text_conversion.h"
 LOG = BASE + ONLY_CONVERSION + CURL + " transport/result_catalogue.h"
 MAY_INCLUDE = {  # Beside standard headers and the folder itself.
-    "include": "smtpclient/",
-    "platform": BASE + " POSIX",
+    "include/smtpclient": "smtpclient/",
+    "platform": BASE,
+    "platform/posix": BASE + " POSIX",
     "compose": BASE,
     "message": BASE + ONLY_CONVERSION,
     "transport": BASE + ONLY_CONVERSION + CURL,
@@ -58,15 +59,15 @@ def is_allowed(folder, file, bracketed, name):
 
 def layers(source):
     for folder in MAY_INCLUDE:
-        for file in (pathlib.Path(source) / folder).rglob("*.*"):
+        for file in (pathlib.Path(source) / folder).glob("*.*"):
             text = file.read_text()
             for kind, name in re.findall(r'#\s*include\s*([<"])([^>"]+)', text):
                 if not is_allowed(folder, file, kind == "<", name):
                     yield f"{file}: may not include {name}"
-            if folder != "platform" and re.search(r"^#\s*(if|elif|ifdef)\b", text, re.M):
+            if not folder.startswith("platform") and re.search(r"^#\s*(if|elif|ifdef)\b", text, re.M):
                 yield f"{file}: platform conditional"
             found = re.findall(r"^    virtual [^~(]*?(\w+)\(", text, re.M)
-            if found != OPERATIONS.get(file.name if folder == "include" else "", " ".join(found)).split():
+            if found != OPERATIONS.get(file.name if folder.startswith("include") else "", " ".join(found)).split():
                 yield f"{file}: operations have changed places"
 
 

@@ -4,11 +4,19 @@
 #include <new>
 
 #include <smtpclient/host_platform.h>
+#include <smtpclient/mime_message.h>
+#include <smtpclient/smtp_client.h>
 
+#include "client/client_handle.h"
+#include "client/smtp_client_wrapper.h"
+#include "message/message_store.h"
 #include "platform/completion_queue.h"
 #include "platform/message_box.h"
 
 using SMTPClientNS::CCompletionQueue;
+using SMTPClientNS::CMimeMessage;
+using SMTPClientNS::CSmtpClient;
+using SMTPClientNS::CSmtpClientWrapper;
 
 namespace {
 
@@ -22,6 +30,20 @@ std::shared_ptr<CCompletionQueue> ThisQueue() {
 }
 
 }  // namespace
+
+SMTPClientNS::ISmtpClient *CreateSmtpClient() {
+    auto *const client = new CSmtpClientWrapper;
+    try {
+        return new CSmtpClient(client);
+    } catch (...) {
+        client->Release();
+        throw;
+    }
+}
+
+SMTPClientNS::IMimeMessage *CreateMimeMessage() {
+    return new CMimeMessage;
+}
 
 int SmtpClientEventFd(void) {
     if (const auto queue = ThisQueue()) {

@@ -1,5 +1,5 @@
-#ifndef CLIENT_SMTP_CLIENT_H
-#define CLIENT_SMTP_CLIENT_H
+#ifndef CLIENT_CLIENT_HANDLE_H
+#define CLIENT_CLIENT_HANDLE_H
 
 #include <smtpclient/smtp_client.h>
 
@@ -89,4 +89,4 @@ private:
 
 }  // namespace SMTPClientNS
 
-#endif  // CLIENT_SMTP_CLIENT_H
+#endif  // CLIENT_CLIENT_HANDLE_H

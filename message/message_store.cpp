@@ -1,4 +1,4 @@
-#include "message/mime_message.h"
+#include "message/message_store.h"
 
 #include <optional>
 #include <string_view>

@@ -1,5 +1,5 @@
-#ifndef MESSAGE_MIME_MESSAGE_H
-#define MESSAGE_MIME_MESSAGE_H
+#ifndef MESSAGE_MESSAGE_STORE_H
+#define MESSAGE_MESSAGE_STORE_H
 
 #include <vector>
 
@@ -68,4 +68,4 @@ private:
 
 }  // namespace SMTPClientNS
 
-#endif  // MESSAGE_MIME_MESSAGE_H
+#endif  // MESSAGE_MESSAGE_STORE_H
