@@ -36,8 +36,8 @@ void AddBodyPart(curl_mime *bodies, const char16_t *text, const NarrowString &ch
     curl_mime_type(part, (typeHead + charset).c_str());
 }
 
-void AddFilePart(curl_mimepart *part, const NarrowString &path, std::vector<FilePart> &files) {
-    curl_mime_filedata(part, path.c_str());
+void AddFilePart(curl_mimepart *part, const char16_t *path, std::vector<FilePart> &files) {
+    curl_mime_filedata(part, WideToAnsi(path).c_str());
     files.push_back({part, path});
 }
 
@@ -93,17 +93,17 @@ void AddInlineImageParts(curl_mime *root, curl_mime *images, const ISmtpClient *
     }
     const auto count = static_cast<std::uint32_t>(message->GetInlineImageCount());
     for (std::uint32_t index = 1; index <= count; ++index) {
-        const NarrowString path = WideToAnsi(message->GetInlineImagePath(index));
-        const NarrowString id = WideToAnsi(message->GetInlineImageId(index));
-        if (path.empty() || id.empty()) {
+        const char16_t *const path = message->GetInlineImagePath(index);
+        const char16_t *const id = message->GetInlineImageId(index);
+        if (IsEmpty(path) || IsEmpty(id)) {
             continue;
         }
         curl_mimepart *const part = curl_mime_addpart(images);
         AddFilePart(part, path, files);
-        if (const char *type = ImageTypeForPath(path); *type != '\0') {
+        if (const char *type = ImageTypeForPath(WideToAnsi(path)); *type != '\0') {
             curl_mime_type(part, type);
         }
-        SetHeaders(part, {("Content-ID: <" + id + ">").c_str(), InlineDisposition});
+        SetHeaders(part, {("Content-ID: <" + WideToAnsi(id) + ">").c_str(), InlineDisposition});
         curl_mime_encoder(part, FileEncoding);
     }
     Hang(root, images, RelatedType);
@@ -117,8 +117,8 @@ void AddAttachmentParts(curl_mime *root, curl_mime *attachments, const ISmtpClie
     }
     const auto count = static_cast<std::uint32_t>(message->GetAttachmentCount());
     for (std::uint32_t index = 1; index <= count; ++index) {
-        const NarrowString path = WideToAnsi(message->GetAttachment(index));
-        if (path.empty()) {
+        const char16_t *const path = message->GetAttachment(index);
+        if (IsEmpty(path)) {
             continue;
         }
         curl_mimepart *const part = curl_mime_addpart(attachments);

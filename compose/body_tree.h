@@ -14,7 +14,7 @@ namespace SMTPClientNS {
 /// A part that libcurl fills from a file. Lives as long as the tree that it stands in.
 struct FilePart {
     curl_mimepart *part;
-    NarrowString path;  ///< As libcurl opens it.
+    WideString path;  ///< As the message gives it.
 };
 
 /// The MIME structure of a message (RFC 2046): up to three siblings under root, in this order.

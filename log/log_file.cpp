@@ -6,10 +6,8 @@
 namespace SMTPClientNS {
 
 void WriteFileLines(const ClientLog &client, const WideString &path, bool append) {
-    const NarrowString narrowPath = WideToAnsi(path.c_str());
-    const CExclusiveFile file = append && PathExists(narrowPath)
-                                    ? CExclusiveFile::Append(narrowPath)
-                                    : CExclusiveFile::Replace(narrowPath);
+    const CExclusiveFile file =
+        append && PathExists(path) ? CExclusiveFile::Append(path) : CExclusiveFile::Replace(path);
     if (!file.IsOpen()) {
         return;
     }

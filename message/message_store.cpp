@@ -23,7 +23,7 @@ bool IsValidAddress(const char16_t *address) {
 }
 
 bool FileExists(const char16_t *path) {
-    return path != nullptr && PathExists(WideToAnsi(path));
+    return path != nullptr && PathExists(path);
 }
 
 WideString TextOrEmpty(const char16_t *text) {
@@ -199,7 +199,7 @@ void CMimeMessage::LoadBodyFromFile(const char16_t *path, std::int32_t mode) {
     if (path == nullptr) {
         return;
     }
-    const std::optional<NarrowString> bytes = ReadWholeFile(WideToAnsi(path), BodyFileLimit);
+    const std::optional<NarrowString> bytes = ReadWholeFile(path, BodyFileLimit);
     if (!bytes || mode < BodyTextSystem || mode > BodyHtmlUtf8WithImages) {
         return;
     }

@@ -11,11 +11,13 @@
 
 namespace SMTPClientNS {
 
+// Paths are UTF-16; how the system spells them is its affair.
+
 /// Something exists at the path, of whatever kind.
-bool PathExists(const NarrowString &path);
+bool PathExists(const WideString &path);
 
 /// Something exists at the path that is no regular file: a folder, a pipe, a device.
-bool IsSpecialFile(const NarrowString &path);
+bool IsSpecialFile(const WideString &path);
 
 /// All bytes of a regular file, opened without sharing: the open fails while another open of the
 /// file, by this library or a program that cooperates, holds an exclusive flock, and keeps such
@@ -23,7 +25,7 @@ bool IsSpecialFile(const NarrowString &path);
 ///
 /// None if the file cannot be opened so, is not regular (a pipe does not block the call), has
 /// sizeLimit bytes or more, or cannot be read.
-std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_t sizeLimit);
+std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t sizeLimit);
 
 /// An open file, locked or not, whose lock goes before the descriptor does: the child of a fork may
 /// hold the descriptor for much longer, and would keep the lock with it.
@@ -48,10 +50,10 @@ private:
 class CExclusiveFile {
 public:
     /// Creates the file, readable and writable for its owner alone, or empties it.
-    static CExclusiveFile Replace(const NarrowString &path);
+    static CExclusiveFile Replace(const WideString &path);
 
     /// Opens an existing file at its end.
-    static CExclusiveFile Append(const NarrowString &path);
+    static CExclusiveFile Append(const WideString &path);
 
     bool IsOpen() const noexcept { return static_cast<bool>(file); }
 

@@ -8,15 +8,23 @@
 
 #include <cerrno>
 
+#include "platform/code_page.h"
+
 namespace SMTPClientNS {
 namespace {
 
+NarrowString SystemPath(const WideString &path) {
+    return WideToSystemCodePage(path);
+}
+
 /// Without blocking on a pipe that nobody has opened at its other end.
-CLockedFd OpenFile(const NarrowString &path, int flags) {
+CLockedFd OpenFile(const WideString &path, int flags) {
     constexpr mode_t OwnerAlone = S_IRUSR | S_IWUSR;
+    const NarrowString systemPath = SystemPath(path);
     int descriptor = -1;
     do {
-        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerAlone);
+        descriptor =
+            ::open(systemPath.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerAlone);
     } while (descriptor < 0 && errno == EINTR);
     return CLockedFd(AwayFromStandardStreams(CUniqueFd(descriptor)));
 }
@@ -54,17 +62,17 @@ CLockedFd::~CLockedFd() {
     }
 }
 
-bool PathExists(const NarrowString &path) {
+bool PathExists(const WideString &path) {
     struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0;
+    return ::stat(SystemPath(path).c_str(), &status) == 0;
 }
 
-bool IsSpecialFile(const NarrowString &path) {
+bool IsSpecialFile(const WideString &path) {
     struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+    return ::stat(SystemPath(path).c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
-std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_t sizeLimit) {
+std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t sizeLimit) {
     const CLockedFd file = OpenFile(path, O_RDONLY);
     struct stat status = {};
     // Its size under the lock: who has held it may have been writing.
@@ -91,7 +99,7 @@ std::optional<NarrowString> ReadWholeFile(const NarrowString &path, std::uint64_
     return content;
 }
 
-CExclusiveFile CExclusiveFile::Replace(const NarrowString &path) {
+CExclusiveFile CExclusiveFile::Replace(const WideString &path) {
     CExclusiveFile result;
     CLockedFd file = OpenFile(path, O_RDWR | O_CREAT);
     // Emptied only under the lock: who holds it may be writing.
@@ -101,7 +109,7 @@ CExclusiveFile CExclusiveFile::Replace(const NarrowString &path) {
     return result;
 }
 
-CExclusiveFile CExclusiveFile::Append(const NarrowString &path) {
+CExclusiveFile CExclusiveFile::Append(const WideString &path) {
     CExclusiveFile result;
     CLockedFd file = OpenFile(path, O_RDWR);
     if (file && Lock(file, LOCK_EX) && ::lseek(file.Get(), 0, SEEK_END) >= 0) {

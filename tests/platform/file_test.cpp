@@ -12,7 +12,7 @@ namespace SMTPClientNS {
 
 TEST(File, IsItsOwnersAloneAndShutsOthersOut) {
     const CTemporaryFolder folder;
-    const std::string path = folder.PathOf("log");
+    const WideString path = folder.WidePathOf("log");
     EXPECT_FALSE(CExclusiveFile::Append(path).IsOpen()) << "creates nothing";
     ::umask(0);
     {
