@@ -27,6 +27,8 @@ public:
         if (record->result == 0) {
             record->result = PerformTransfer(record->sendHandles, record->stopRequested);
         }
+        // Not left to the last stage: a report that nobody fetches would hold the connection.
+        ReleaseSendHandles(record->sendHandles);
     }
 
     void Finish() override {

@@ -30,7 +30,8 @@ private:
 /// One background send. Belongs to one stage at a time, and so needs no lock: to the caller of
 /// SendAsync, the worker, then the thread that reports, handed on through their queues.
 ///
-/// Its end gives back the client's reference, which may end the client, and then the handles.
+/// The worker frees the handles as soon as the transfer has ended; the record's end, which may end
+/// the client with it, frees those of a task that was removed from the queue.
 struct AsyncTaskRecord {
     explicit AsyncTaskRecord(ISmtpClient *sendingClient) : client(sendingClient) {}
 

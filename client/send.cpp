@@ -17,6 +17,7 @@ std::int32_t CSmtpClientWrapper::Send() {
     const std::int32_t code = preparation == 0 ? PerformTransfer(sendHandles) : preparation;
     trace.Finish();
     log.lastResult = code;
+    log.replacedResult.reset();  // A message box may have asked for the log while mail was composed.
     try {
         if (preparation == 0) {
             LogTransfer(*running);

@@ -56,9 +56,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     log.lastResult = 0;
     HandOverTraceAndMakeLogPass(trace, CRunningSend(), log);
     std::string joined;
-    for (const TraceText &chunk : log.fileLines.Bytes()) {
-        joined += chunk;
-    }
+    ReadFileLines(log, [&joined](std::string_view entry) {
+        joined += entry;
+        return true;
+    });
     Require(joined.compare(0, expected.size(), expected) == 0);
     log.logLines = trace.Dialogue().TakeEntries("end\n");
     Require(!JoinLogLines(log).empty() && LastLogLine(log) == u"end\n");

@@ -12,6 +12,8 @@ constexpr const char *HiddenRow = "C: ****\n";
 constexpr std::string_view AuthCommand = "AUTH ";
 constexpr std::string_view QuitCommand = "QUIT";
 constexpr std::string_view HiddenInitialResponse = " ****";
+constexpr std::string_view TunnelCommand = "CONNECT ";
+constexpr std::string_view HttpVersion = "HTTP/";
 constexpr std::size_t ReplyCodeLength = 3;
 
 std::string_view WithoutLineEnd(std::string_view line) {
@@ -58,11 +60,17 @@ void CDialogue::Clear() noexcept {
     openReply.clear();
     lastReply.clear();
     mailSize = 0;
+    isGreeted = false;
+    awaitsProxyAnswer = false;
     inLogin = false;
     saidQuit = false;
 }
 
 void CDialogue::ServerSaid(std::string_view line) {
+    if (!isGreeted && IsProxyTalk(line)) {
+        return;
+    }
+    isGreeted = true;
     AddMailRow();
     AddRows(ServerLabel, line);
     inLogin = inLogin && !EndsLogin(line);
@@ -85,6 +93,12 @@ void CDialogue::ServerSaid(std::string_view line) {
 }
 
 void CDialogue::ClientSaid(std::string_view line) {
+    // A mail server speaks first (RFC 5321, section 3.1), and none is told CONNECT.
+    if (!isGreeted || line.substr(0, TunnelCommand.size()) == TunnelCommand) {
+        Clear();
+        awaitsProxyAnswer = true;
+        return;
+    }
     AddMailRow();
     if (StartsLogin(line)) {
         inLogin = true;
@@ -95,6 +109,16 @@ void CDialogue::ClientSaid(std::string_view line) {
         saidQuit = WithoutLineEnd(line) == QuitCommand;
         AddRows(ClientLabel, line);
     }
+}
+
+/// A proxy's answer ends in an empty line; an interim one (100 Continue) is followed by another.
+bool CDialogue::IsProxyTalk(std::string_view line) {
+    const bool beginsAnswer = line.substr(0, HttpVersion.size()) == HttpVersion;
+    if (!awaitsProxyAnswer && !beginsAnswer) {
+        return false;
+    }
+    awaitsProxyAnswer = !WithoutLineEnd(line).empty();
+    return true;
 }
 
 bool CDialogue::LastReplyIsRefusal() const noexcept {

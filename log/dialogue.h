@@ -16,8 +16,10 @@ namespace SMTPClientNS {
 ///     C: ****
 ///     C: (mail text, 1024 bytes)
 ///
-/// What the client says between AUTH (RFC 4954) and its final answer is left out but for the
-/// mechanism's name, and the mail's text is told by its size. Each row is an entry of its own.
+/// It begins with the greeting of the mail server: what is said to an HTTP proxy ahead of it, the
+/// proxy's login among it, is no part of it. What the client says between AUTH (RFC 4954) and its
+/// final answer is left out but for the mechanism's name, and the mail's text is told by its size.
+/// Each row is an entry of its own.
 class CDialogue {
 public:
     void Clear() noexcept;
@@ -42,6 +44,7 @@ public:
     std::deque<NarrowString> TakeEntries(NarrowString closingEntry);
 
 private:
+    bool IsProxyTalk(std::string_view line);
     void AddRows(char label, std::string_view text);
     void AddMailRow();
 
@@ -49,6 +52,8 @@ private:
     NarrowString openReply;  ///< The lines so far of a reply that goes on.
     NarrowString lastReply;
     std::size_t mailSize = 0;  ///< Of the mail's text that no row tells of yet, in bytes.
+    bool isGreeted = false;
+    bool awaitsProxyAnswer = false;  ///< The client has spoken, and it was not to a mail server.
     bool inLogin = false;
     /// Said by libcurl behind a refusal, too, whose reply is the one to keep.
     bool saidQuit = false;

@@ -29,8 +29,4 @@ void CEntryQueue::Append(std::string_view entry) {
     }
 }
 
-void CEntryQueue::Append(CEntryQueue &&moved) {
-    chunks.splice(chunks.end(), moved.chunks);
-}
-
 }  // namespace SMTPClientNS

@@ -10,16 +10,13 @@ namespace SMTPClientNS {
 
 /// Log entries, first in, first out, on their way to a file. Nothing reads one by itself, so that
 /// their borders are not kept: they lie one behind the other in chunks, which costs a large mail's
-/// million entries no memory beside their bytes, and which move from queue to queue uncopied.
+/// million entries no memory beside their bytes, and which move with the queue uncopied.
 class CEntryQueue {
 public:
     using Chunks = std::list<TraceText>;
 
     /// Strong guarantee: without memory for it, nothing of the entry is taken.
     void Append(std::string_view entry);
-
-    /// Moves everything to the back of this queue.
-    void Append(CEntryQueue &&moved);
 
     void Clear() noexcept { chunks.clear(); }
 

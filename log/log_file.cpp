@@ -11,11 +11,7 @@ void WriteFileLines(const ClientLog &client, const WideString &path, bool append
     if (!file.IsOpen()) {
         return;
     }
-    for (const TraceText &chunk : client.fileLines.Bytes()) {
-        if (!file.Write(chunk)) {
-            return;
-        }
-    }
+    ReadFileLines(client, [&file](std::string_view entry) { return file.Write(entry); });
 }
 
 WideString JoinLogLines(const ClientLog &client) {

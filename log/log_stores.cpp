@@ -61,10 +61,11 @@ NarrowString ResultBlock(std::int32_t code) {
            NarrowString(RuleLength, '=') + "\n\n";
 }
 
-/// Keeps the trace where the passes behind it look for it.
+/// Keeps the trace where the passes that follow look for it.
 void KeepTrace(LogStores &stores, CTransferTrace &trace, const CRunningSend &send,
                ClientLog &client) REQUIRES(stores.mutex) {
-    TraceStore ended = {trace.Scratch(), std::exchange(trace.FileLines(), {})};
+    auto passText = std::make_shared<CPassText>(trace.Scratch());
+    TraceStore ended = {std::move(passText), std::exchange(trace.FileLines(), {})};
     if (send.HasMetAnother(stores.startedSends)) {
         client.ownTrace = std::move(ended);
     } else {
@@ -72,16 +73,30 @@ void KeepTrace(LogStores &stores, CTransferTrace &trace, const CRunningSend &sen
     }
 }
 
+bool ContinuesLast(const ClientLog &client, const TraceStore &store, std::size_t pass) {
+    return !client.fileLines.empty() && store.entries.Bytes().empty() &&
+           client.fileLines.back().passText == store.passText &&
+           client.fileLines.back().lastPass + 1 == pass;
+}
+
 void MakePass(LogStores &stores, ClientLog &client) REQUIRES(stores.mutex) {
     const std::int32_t code = client.replacedResult.value_or(client.lastResult);
     TraceStore &store = client.ownTrace ? *client.ownTrace : stores.shared;
-    store.scratch += ResultBlock(code);
-    store.fileLines.Append(store.scratch);
+    if (store.passText == nullptr) {
+        store.passText = std::make_shared<CPassText>();
+    }
+    std::list<LoggedPasses> record(1);  // Made first: once the pass is counted nothing may fail.
+    const std::size_t pass = store.passText->AddPass(ResultBlock(code));
+    if (ContinuesLast(client, store, pass)) {
+        client.fileLines.back().lastPass = pass;
+    } else {
+        record.front() = {std::exchange(store.entries, {}), store.passText, pass, pass};
+        client.fileLines.splice(client.fileLines.end(), record);
+    }
     if (code != 0) {
         client.replacedResult = code;
         client.lastResult = GetPublicCode(GetResultCatalogue(), code);
     }
-    client.fileLines.Append(std::exchange(store.fileLines, {}));
 }
 
 }  // namespace
@@ -101,9 +116,9 @@ CRunningSend::~CRunningSend() {
 
 void ClearLogStores(ClientLog &client) {
     client.logLines.clear();
-    client.fileLines.Clear();
+    client.fileLines.clear();
     client.ownTrace.reset();
-    TraceStore dropped;  // Freed behind the lock: it may be as large as a mail.
+    TraceStore dropped;  // Freed after unlocking: it may be as large as a mail.
     LogStores &stores = TheStores();
     const CLock lock(stores.mutex);
     std::swap(dropped, stores.shared);
@@ -127,6 +142,19 @@ void HandOverTraceAndMakeLogPass(CTransferTrace &trace, const CRunningSend &send
     const CLock lock(stores.mutex);
     KeepTrace(stores, trace, send, client);
     MakePass(stores, client);
+}
+
+void ReadFileLines(const ClientLog &client, const LogEntryReader &read) {
+    for (const LoggedPasses &passes : client.fileLines) {
+        for (const TraceText &chunk : passes.entries.Bytes()) {
+            if (!read(chunk)) {
+                return;
+            }
+        }
+        if (!passes.passText->ReadEntries(passes.firstPass, passes.lastPass, read)) {
+            return;
+        }
+    }
 }
 
 NarrowString ResultLine(std::int32_t code) {

@@ -1,22 +1,39 @@
 #ifndef LOG_LOG_STORES_H
 #define LOG_LOG_STORES_H
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <list>
+#include <memory>
 #include <optional>
 
 #include <smtpclient/smtp_client.h>
 
 #include "log/entry_queue.h"
+#include "log/pass_text.h"
 #include "log/trace_capture.h"
 #include "platform/text_types.h"
 
 namespace SMTPClientNS {
 
-/// What a trace leaves for the log passes behind it.
+// A log pass closes the log of a send: it adds a result block behind the trace and moves all
+// entries of the store to the client that asks for its log. A further pass on the same send adds a
+// further block.
+
+/// Entries of the last Send that no log pass has moved yet, and what the passes add to.
 struct TraceStore {
-    TraceText scratch;      ///< The last entry, and each result block that followed it.
-    CEntryQueue fileLines;  ///< All entries that no pass has moved yet.
+    std::shared_ptr<CPassText> passText;  ///< Null until the first pass, if no trace came before.
+    CEntryQueue entries;
+};
+
+/// What one log pass moved to a client: entries of the trace, then the pass's own. Passes that
+/// follow one another over the same trace share a record.
+struct LoggedPasses {
+    CEntryQueue entries;
+    std::shared_ptr<const CPassText> passText;
+    std::size_t firstPass = 0;
+    std::size_t lastPass = 0;
 };
 
 /// A client's share of the log.
@@ -25,7 +42,7 @@ struct ClientLog {
     /// The internal code of a failure whose public code a log pass has put into lastResult.
     std::optional<std::int32_t> replacedResult;
     std::deque<NarrowString> logLines;  ///< The dialogue of the last Send, oldest row first.
-    CEntryQueue fileLines;              ///< Bound for the log file.
+    std::list<LoggedPasses> fileLines;  ///< Bound for the log file, oldest first.
     /// The trace of a Send that ran beside another: kept from the stores that all clients share.
     std::optional<TraceStore> ownTrace;
 };
@@ -59,10 +76,13 @@ void ClearLogStores(ClientLog &client);
 /// A transfer has ended: its trace takes the place of what the store holds.
 void HandOverTrace(CTransferTrace &trace, const CRunningSend &send, ClientLog &client);
 
-/// Appends a result block for the client's last result to the store, and moves all that it holds to
-/// the client. A failure in lastResult becomes its public code. A further pass on the same send
-/// tells the same result; its block follows what the earlier ones left in the store.
+/// Makes a log pass that tells the client's last result. A failure in lastResult becomes its public
+/// code. A further pass on the same send tells the same result. Without memory for it nothing
+/// changes.
 void MakeLogPass(ClientLog &client);
+
+/// All entries bound for the client's log file, oldest first.
+void ReadFileLines(const ClientLog &client, const LogEntryReader &read);
 
 /// HandOverTrace and MakeLogPass in one step, between which no other thread comes.
 void HandOverTraceAndMakeLogPass(CTransferTrace &trace, const CRunningSend &send,

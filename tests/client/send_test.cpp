@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <signal.h>
 #include <sys/stat.h>
 
@@ -285,6 +286,32 @@ TEST(Send, LogsAFailureTheSameAtEveryPass) {
     EXPECT_EQ(scene.LogFile(), once + last + block + block);  // As it was.
     scene.SetLogFile(false);
     EXPECT_EQ(scene.LogFile(), "Error Info: No sender has been specified.\n" + Block);
+}
+
+TEST(Send, LogsItsOwnResultWhateverAMessageBoxAsked) {
+    Scene scene;
+    const auto refreshLogView = [](auto, auto, auto, void *client) {
+        static_cast<ISmtpClient *>(client)->GetLogText();
+    };
+    SmtpClientSetMessageBox(refreshLogView, scene.client.get());
+    scene.message->SetCharset(u"unknown");
+    scene.message->SetSubject(u"é");
+    scene.SetLogFile(true);
+    EXPECT_EQ(scene.client->Send(), ResultSuccess);
+    SmtpClientSetMessageBox(nullptr, nullptr);
+    EXPECT_EQ(scene.client->GetLastResult(), 0);
+    EXPECT_NE(scene.LogFile().find("left intact\nEmail sent successfully!"), std::string::npos);
+}
+
+TEST(Send, HoldsNoMoreOfALogThanItsText) {
+    constexpr std::size_t Polls = 4000;
+    constexpr std::size_t LongestBlock = 250;  // Bytes
+    Scene scene;
+    const std::size_t before = ::mallinfo2().uordblks;
+    for (std::size_t poll = 0; poll < Polls; ++poll) {
+        scene.client->GetLogText();
+    }
+    EXPECT_LT(::mallinfo2().uordblks - before, 2 * Polls * LongestBlock);
 }
 
 bool HasDefaultHandler(int signal) {

@@ -111,6 +111,19 @@ TEST_F(Background, LeavesTheLastSendAlone) {
     EXPECT_EQ(state(), afterSend);
 }
 
+TEST_F(Background, KeepsNoConnectionForAReportThatNobodyFetches) {
+    constexpr int Sends = 200;
+    client->SendAsync();
+    ASSERT_TRUE(server.WaitForMails(1));
+    const auto withWorker = Resources();
+    for (int number = 1; number < Sends; ++number) {
+        client->SendAsync();
+    }
+    EXPECT_TRUE(server.WaitForMails(Sends));
+    EXPECT_TRUE(ReturnTo(withWorker));
+    EXPECT_TRUE(sink.WaitForReports(Sends));
+}
+
 TEST_F(Background, SilentServerHoldsUpNothing) {
     server.At("QUIT", CSmtpServer::Hold);
     const auto begin = std::chrono::steady_clock::now();

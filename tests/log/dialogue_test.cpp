@@ -15,18 +15,25 @@ TEST(Dialogue, TellsWhatWasSaidButNoSecret) {
         bool isRefusal;
     };
     const Case cases[] = {
-        {"CAUTH LOGIN\nS334 x\nCuser\nS334 y\nCpass\nS235-ok\nS235 in\nCMAIL\n",
-         "C: AUTH LOGIN\nS: 334 x\nC: ****\nS: 334 y\nC: ****\nS: 235-ok\nS: 235 in\nC: MAIL\n",
+        {"S220\nCAUTH LOGIN\nS334 x\nCuser\nS334 y\nCpass\nS235-ok\nS235 in\nCMAIL\n",
+         "S: 220\nC: AUTH LOGIN\nS: 334 x\nC: ****\nS: 334 y\nC: ****\nS: 235-ok\nS: 235 in\nC: "
+         "MAIL\n",
          "235 ok in", false},
-        {"Cauth PLAIN AHUAcA==\nS535 no\nCRSET\n", "C: auth PLAIN ****\nS: 535 no\nC: RSET\n",
-         "535 no", true},
-        {"CAUTH XOAUTH2 dG9r\nS334 eyJz\nC\nS454 later\n",
-         "C: AUTH XOAUTH2 ****\nS: 334 eyJz\nC: ****\nS: 454 later\n", "454 later", true},
+        {"S220\nCauth PLAIN AHUAcA==\nS535 no\nCRSET\n",
+         "S: 220\nC: auth PLAIN ****\nS: 535 no\nC: RSET\n", "535 no", true},
+        {"S220\nCAUTH XOAUTH2 dG9r\nS334 eyJz\nC\nS454 later\n",
+         "S: 220\nC: AUTH XOAUTH2 ****\nS: 334 eyJz\nC: ****\nS: 454 later\n", "454 later", true},
         // What libcurl skips within a login ends nothing.
-        {"CAUTH LOGIN\nS250-x\nShello there\nS\nS250\tx\nS334 y\nCuser\nS334 z\nCpass\nS235 in\n",
-         "C: AUTH LOGIN\nS: 250-x\nS: hello there\nS: \nS: 250.x\nS: 334 y\nC: ****\n"
+        {"S220\nCAUTH LOGIN\nS250-x\nShello there\nS\nS250\tx\nS334 y\nCuser\nS334 z\nCpass\nS235 "
+         "in\n",
+         "S: 220\nC: AUTH LOGIN\nS: 250-x\nS: hello there\nS: \nS: 250.x\nS: 334 y\nC: ****\n"
          "S: 334 z\nC: ****\nS: 235 in\n",
          "235 in", false},
+        // What an HTTP proxy is told and answers, twice, with an interim answer.
+        {"CCONNECT x:25 HTTP/1.1\nCProxy-Authorization: Basic dTpw\nSHTTP/1.1 407 no\nS220 x: "
+         "y\nS\n"
+         "S550 body\nCCONNECT x:25 HTTP/1.1\nSHTTP/1.1 100 on\nS\nSHTTP/1.1 200 ok\nS\nS220 hi\n",
+         "S: 220 hi\n", "220 hi", false},
         {"S354 go\nM1000\nM24\nS550-no\nS550 spam\nCQUIT\nS221 bye\n",
          "S: 354 go\nC: (mail text, 1024 bytes)\nS: 550-no\nS: 550 spam\nC: QUIT\nS: 221 bye\n",
          "550 no spam", true},
