@@ -6,6 +6,7 @@
 
 #include "client/prepare_send.h"
 #include "compose/text_conversion.h"
+#include "transport/curl_use.h"
 #include "transport/result_catalogue.h"
 
 namespace SMTPClientNS {
@@ -29,6 +30,9 @@ public:
         }
         // Not left to the last stage: a report that nobody fetches would hold the connection.
         ReleaseSendHandles(record->sendHandles);
+        if (record->result != CURLE_OK) {
+            StayWhileProcessEnds();
+        }
     }
 
     void Finish() override {

@@ -5,6 +5,7 @@
 #include <map>
 #include <utility>
 
+#include "platform/cancellation.h"
 #include "platform/completion_queue.h"
 #include "platform/thread_safety.h"
 
@@ -143,6 +144,7 @@ CAsyncThread::~CAsyncThread() {
     if (!worker.IsStarted() || worker.IsLeftBehind()) {
         return;  // In the child of a fork the worker may have left the lock held for ever.
     }
+    const CUncancellable untilEnded;
     shared->Stop();
     worker.WaitForEnd(LongestWaitForWorker);
 }

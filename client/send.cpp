@@ -4,11 +4,14 @@
 #include "client/prepare_send.h"
 #include "client/smtp_client_wrapper.h"
 #include "log/log_file.h"
+#include "platform/cancellation.h"
+#include "transport/curl_use.h"
 #include "transport/result_catalogue.h"
 
 namespace SMTPClientNS {
 
 std::int32_t CSmtpClientWrapper::Send() {
+    const CUncancellable untilSent;
     log.lastResult = NothingToSend;
     log.replacedResult.reset();
     ReleaseSendHandles(sendHandles);
@@ -17,7 +20,8 @@ std::int32_t CSmtpClientWrapper::Send() {
     const std::int32_t code = preparation == 0 ? PerformTransfer(sendHandles) : preparation;
     trace.Finish();
     log.lastResult = code;
-    log.replacedResult.reset();  // A message box may have asked for the log while mail was composed.
+    log.replacedResult
+        .reset();  // A message box may have asked for the log while mail was composed.
     try {
         if (preparation == 0) {
             LogTransfer(*running);
@@ -25,6 +29,9 @@ std::int32_t CSmtpClientWrapper::Send() {
         log.logLines = trace.Dialogue().TakeEntries(ClosingEntry(code));
     } catch (const std::bad_alloc &) {
         // The log is lost. What became of the mail is not.
+    }
+    if (code != CURLE_OK) {
+        StayWhileProcessEnds();
     }
     return GetPublicCode(GetResultCatalogue(), code);
 }

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "platform/message_box.h"
+#include "platform/never_destroyed.h"
 #include "platform/thread_slot.h"
 
 namespace SMTPClientNS {
@@ -147,7 +148,8 @@ bool CCharsetConverter::ConvertAll(std::string_view input, char *&output, std::s
 }
 
 CCharsetConverter &GetCharsetConverter() {
-    static const CThreadSlot slot(EndConverter);
+    static CNeverDestroyed<const CThreadSlot> perThread;
+    const CThreadSlot &slot = perThread.Get([] { return CThreadSlot(EndConverter); });
     if (void *const existing = slot.Get()) {
         return *static_cast<CCharsetConverter *>(existing);
     }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <utility>
 
+#include "platform/first_use.h"
 #include "platform/local_time.h"
 #include "platform/process.h"
 #include "platform/thread_safety.h"
@@ -28,6 +29,7 @@ struct LogStores {
 };
 
 std::atomic<LogStores *> processStores{nullptr};
+bool isWatchingForks = false;  // Touched inside a CFirstUse alone.
 
 /// The child of a fork starts afresh: a thread that it does not have may hold the parent's lock.
 void ForgetParentStores() noexcept {
@@ -36,16 +38,17 @@ void ForgetParentStores() noexcept {
 
 /// Left to the end of the process: threads of the host may send for as long as it lives.
 LogStores &TheStores() {
-    LogStores *stores = processStores.load();
-    if (stores == nullptr) {
-        static const bool watchingForks = (OnForkInChild(ForgetParentStores), true);
-        static_cast<void>(watchingForks);
-        auto fresh = std::make_unique<LogStores>();
-        if (processStores.compare_exchange_strong(stores, fresh.get())) {
-            stores = fresh.release();
+    if (LogStores *const existing = processStores.load()) {
+        return *existing;
+    }
+    const CFirstUse firstUse;
+    if (processStores.load() == nullptr) {
+        processStores.store(std::make_unique<LogStores>().release());
+        if (!std::exchange(isWatchingForks, true)) {
+            OnForkInChild(ForgetParentStores);
         }
     }
-    return *stores;
+    return *processStores.load();
 }
 
 NarrowString TimeText() {

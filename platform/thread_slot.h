@@ -12,6 +12,8 @@ class CThreadSlot {
 public:
     /// end is called on the ending thread, with what its place holds, unless that is null.
     explicit CThreadSlot(void (*end)(void *)) noexcept;
+    CThreadSlot(const CThreadSlot &) = delete;
+    CThreadSlot &operator=(const CThreadSlot &) = delete;
 
     void *Get() const noexcept;
 

@@ -4,21 +4,28 @@
 
 #include <atomic>
 #include <chrono>
-#include <mutex>
 #include <thread>
 
+#include "platform/first_use.h"
 #include "platform/process.h"
 
 namespace SMTPClientNS {
 namespace {
 
-constexpr std::chrono::seconds LongestWaitAtExit(2);
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds LongestEnd(2);
 constexpr std::chrono::milliseconds PollInterval(1);
 
 // Atomics rather than a lock: another thread may hold a lock at the moment of a fork.
+std::atomic<bool> started{false};
 std::atomic<bool> processEnding{false};
 std::atomic<int> uses{0};
 thread_local int usesOfThisThread = 0;
+
+// Set before processEnding is.
+std::atomic<Clock::time_point> endDeadline{};
+std::atomic<std::thread::id> endingThread{};
 
 /// Threads of the parent do not exist in the child, nor do their transfers.
 void ForgetUsesOfOtherThreads() noexcept {
@@ -26,31 +33,29 @@ void ForgetUsesOfOtherThreads() noexcept {
 }
 
 void StopTransfers() noexcept {
+    const Clock::time_point deadline = Clock::now() + LongestEnd;
+    endDeadline.store(deadline);
+    endingThread.store(std::this_thread::get_id());
     processEnding.store(true);
-    const auto deadline = std::chrono::steady_clock::now() + LongestWaitAtExit;
     // The thread that ends the process may itself be inside a use: in a message box, say.
-    while (uses.load() > usesOfThisThread && std::chrono::steady_clock::now() < deadline) {
+    while (uses.load() > usesOfThisThread && Clock::now() < deadline) {
         std::this_thread::sleep_for(PollInterval);
     }
 }
 
 /// False if libcurl has no memory to start; the next call tries again.
 bool InitialiseOnce() noexcept {
-    struct StartFailed {};
-    static std::once_flag started;
-    try {
-        std::call_once(started, [] {
-            if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
-                throw StartFailed();
-            }
-            OnForkInChild(ForgetUsesOfOtherThreads);
-            // Behind the initialisation, so that it runs ahead of the handlers registered there.
-            OnProcessExit(StopTransfers);
-        });
-    } catch (const StartFailed &) {
-        return false;
+    if (started.load()) {
+        return true;
     }
-    return true;
+    const CFirstUse firstUse;
+    if (!started.load() && curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK) {
+        OnForkInChild(ForgetUsesOfOtherThreads);
+        // Registered after curl_global_init: exit handlers run in reverse order.
+        OnProcessExit(StopTransfers);
+        started.store(true);
+    }
+    return started.load();
 }
 
 }  // namespace
@@ -58,7 +63,7 @@ bool InitialiseOnce() noexcept {
 CCurlUse::CCurlUse() noexcept {
     ++usesOfThisThread;
     uses.fetch_add(1);
-    // Asked behind the count: the exit handler either sees this use or is seen by it.
+    // Count first, then check; otherwise the exit handler could miss this use.
     granted = !processEnding.load() && InitialiseOnce();
 }
 
@@ -69,6 +74,12 @@ CCurlUse::~CCurlUse() {
 
 bool IsProcessEnding() noexcept {
     return processEnding.load();
+}
+
+void StayWhileProcessEnds() noexcept {
+    if (processEnding.load() && endingThread.load() != std::this_thread::get_id()) {
+        std::this_thread::sleep_until(endDeadline.load());
+    }
 }
 
 }  // namespace SMTPClientNS

@@ -91,8 +91,8 @@ ResultCatalogue MakeResultCatalogue(const WideString &localeName) {
 }
 
 const ResultCatalogue &GetResultCatalogue() {
-    static CNeverDestroyed<const ResultCatalogue> catalogue(MakeResultCatalogue(UserLocaleName()));
-    return catalogue.Get();
+    static CNeverDestroyed<const ResultCatalogue> catalogue;
+    return catalogue.Get([] { return MakeResultCatalogue(UserLocaleName()); });
 }
 
 const char *GetResultText(const ResultCatalogue &catalogue, std::int32_t code) {

@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/never_destroyed.h"
 #include "platform/process.h"
 #include "platform/thread_slot.h"
 
@@ -34,7 +35,8 @@ void Lower(const CUniqueFd &eventFd) {
 }  // namespace
 
 std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
-    static const CThreadSlot slot(EndThread);
+    static CNeverDestroyed<const CThreadSlot> perThread;
+    const CThreadSlot &slot = perThread.Get([] { return CThreadSlot(EndThread); });
     auto *holder = static_cast<Holder *>(slot.Get());
     if (holder != nullptr && holder->generation == ForkGeneration()) {
         return holder->queue;

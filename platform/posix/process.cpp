@@ -6,20 +6,46 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/first_use.h"
+
 namespace SMTPClientNS {
 namespace {
 
+constexpr pthread_mutex_t FreeMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+
+pthread_mutex_t firstUseMutex = FreeMutex;
+
 std::atomic<std::uint32_t> forkGeneration{0};
 
-void CountFork() noexcept {
+void WaitForFirstUse() noexcept {
+    ::pthread_mutex_lock(&firstUseMutex);
+}
+
+void GoOnInParent() noexcept {
+    ::pthread_mutex_unlock(&firstUseMutex);
+}
+
+void StartInChild() noexcept {
+    // The mutex is this thread's, but under the id that it had in the parent.
+    firstUseMutex = FreeMutex;
     forkGeneration.fetch_add(1);
 }
 
+// Made when the library is loaded: any later, a fork might come first.
+[[maybe_unused]] const int watchingForks =
+    ::pthread_atfork(WaitForFirstUse, GoOnInParent, StartInChild);
+
 }  // namespace
 
+CFirstUse::CFirstUse() noexcept {
+    ::pthread_mutex_lock(&firstUseMutex);
+}
+
+CFirstUse::~CFirstUse() {
+    ::pthread_mutex_unlock(&firstUseMutex);
+}
+
 std::uint32_t ForkGeneration() noexcept {
-    static const bool counting = (OnForkInChild(CountFork), true);
-    static_cast<void>(counting);
     return forkGeneration.load();
 }
 

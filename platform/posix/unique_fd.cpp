@@ -5,9 +5,12 @@
 
 #include <cerrno>
 
+#include "platform/cancellation.h"
+
 namespace SMTPClientNS {
 
 void CloseDescriptor(int descriptor) noexcept {
+    const CUncancellable untilClosed;
     const int reported = errno;
     ::close(descriptor);  // Not repeated after EINTR: the number is free by then.
     errno = reported;

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,6 +83,34 @@ TEST_F(Process, KeepsConnectionsFromStandardStreamsAndFromPrograms) {
     EXPECT_EQ(status, 0);
 }
 
+/// Has body run on a thread that is cancelled in the middle: behind MAIL, if it sends.
+bool EndsAsCancelled(void *(*body)(void *), ISmtpClient *client, CSmtpServer &server) {
+    pthread_t thread = {};
+    void *result = nullptr;
+    EXPECT_EQ(::pthread_create(&thread, nullptr, body, client), 0);
+    EXPECT_TRUE(client == nullptr || server.WaitForCommands("MAIL", 1));
+    ::pthread_cancel(thread);
+    server.OpenGate();
+    ::pthread_join(thread, &result);
+    return result == PTHREAD_CANCELED;
+}
+
+TEST_F(Process, CancellationOfAThreadEndsAWaitButNoSend) {
+    const auto send = [](void *sending) -> void * {
+        static_cast<ISmtpClient *>(sending)->Send();
+        ::pthread_testcancel();
+        return nullptr;
+    };
+    const auto wait = [](void *) -> void * {
+        SmtpClientWaitEvents(-1);
+        return nullptr;
+    };
+    server.At("MAIL", CSmtpServer::Hold);
+    EXPECT_TRUE(EndsAsCancelled(send, client.get(), server));
+    EXPECT_EQ(client->GetLastResult(), 0);
+    EXPECT_TRUE(EndsAsCancelled(wait, nullptr, server));
+}
+
 /// Goes with the process, behind the library's own exit handler.
 struct StaticHost {
     Message message;
@@ -137,11 +166,15 @@ TEST(ProcessEndDeathTest, NeitherHangsNorCrashesUnderTransfers) {
         {"220 x\r\n"},                                             // No answer to EHLO.
         {"220 x\r\n", "250-x\r\n250 STARTTLS\r\n", "220 go\r\n"},  // None to the TLS handshake.
     };
-    const auto exitHere = [] { std::exit(0); };
-    const auto exitElsewhere = [] { std::thread([] { std::exit(0); }).join(); };
+    const auto exitHere = [] { std::exit(7); };
+    const auto exitElsewhere = [] {
+        std::thread([] { std::exit(7); }).detach();
+        SmtpClientWaitEvents(-1);
+        ::_exit(1);  // The stopped send has been reported.
+    };
     for (const std::vector<std::string> &replies : conversations) {
-        EXPECT_EXIT(EndUnderTransfers(replies, exitHere), testing::ExitedWithCode(0), "");
-        EXPECT_EXIT(EndUnderTransfers(replies, exitElsewhere), testing::ExitedWithCode(0), "");
+        EXPECT_EXIT(EndUnderTransfers(replies, exitHere), testing::ExitedWithCode(7), "");
+        EXPECT_EXIT(EndUnderTransfers(replies, exitElsewhere), testing::ExitedWithCode(7), "");
     }
 }
 

@@ -24,7 +24,7 @@ MAY_INCLUDE = {  # Beside standard headers and the folder itself.
     "message": BASE + ONLY_CONVERSION,
     "transport": BASE + ONLY_CONVERSION + CURL,
     "log": LOG,
-    "async": LOG + " client/prepare_send.h",
+    "async": LOG + " transport/curl_use.h client/prepare_send.h",
     "client": BASE + CURL + " compose/ message/ transport/ log/ async/",
 }
 ONE_PAIR = {("compose", "<curl/curl.h>"): "body_tree", ("compose", "<iconv.h>"): "charset_converter"}
