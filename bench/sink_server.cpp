@@ -1,28 +1,41 @@
-#include "bench/sink_server.h"
+// An SMTP server on a loopback port of its own that takes every mail and throws it away as fast as
+// it can. Prints its port and runs until its standard input ends.
+//
+// Usage: sink_server CERTIFICATE      (PEM, with key; offered by STARTTLS)
 
+#include <netinet/tcp.h>
+#include <openssl/ssl.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "tests/support/loopback.h"
 
 namespace {
 
 constexpr std::size_t BufferSize = std::size_t{1} << 20U;
+constexpr std::string_view LoginCommand = "AUTH ";
 constexpr std::string_view MailEnd = "\r\n.\r\n";
 
 /// One SMTP conversation.
 class CConversation {
 public:
-    explicit CConversation(int accepted) : socket(accepted), buffer(BufferSize, '\0') {}
-    ~CConversation() { ::close(socket); }
+    CConversation(int accepted, SSL_CTX *offered) : socket(accepted), context(offered) {
+        const int atOnce = 1;  // No reply waits for the acknowledgement of the one before.
+        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &atOnce, sizeof atOnce);
+    }
+    ~CConversation() {
+        SSL_free(tls);
+        ::close(socket);
+    }
     CConversation(const CConversation &) = delete;
     CConversation &operator=(const CConversation &) = delete;
 
@@ -32,29 +45,54 @@ public:
             if (inMail) {
                 SwallowMail();
             } else {
-                AnswerCommand();
+                AnswerCommands();
             }
         }
     }
 
 private:
     bool Receive() {
-        const ssize_t count = ::recv(socket, buffer.data(), buffer.size(), 0);
+        const auto count = tls != nullptr
+                               ? SSL_read(tls, buffer.data(), static_cast<int>(buffer.size()))
+                               : ::recv(socket, buffer.data(), buffer.size(), 0);
         received = {buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
         return count > 0;
     }
 
-    void Say(std::string_view reply) const {
-        if (::send(socket, reply.data(), reply.size(), MSG_NOSIGNAL) < 0) {
+    void Say(std::string_view reply) {
+        const auto count = tls != nullptr
+                               ? SSL_write(tls, reply.data(), static_cast<int>(reply.size()))
+                               : ::send(socket, reply.data(), reply.size(), MSG_NOSIGNAL);
+        if (count < 0) {
             ::shutdown(socket, SHUT_RDWR);
         }
     }
 
-    /// The client sends a command only behind the answer to the last, and short ones: each arrives
-    /// whole and alone.
-    void AnswerCommand() {
-        const std::string_view verb = received.substr(0, 4);
-        if (verb == "DATA") {
+    void AnswerCommands() {
+        while (!received.empty()) {
+            const std::size_t end = received.find('\n');
+            AnswerCommand(std::string(received.substr(0, 4)));
+            received.remove_prefix(end == std::string_view::npos ? received.size() : end + 1);
+        }
+    }
+
+    void AnswerCommand(std::string verb) {
+        std::transform(verb.begin(), verb.end(), verb.begin(), ::toupper);
+        if (isLoggingIn) {
+            isLoggingIn = false;
+            Say("235 in\r\n");
+        } else if (verb == "EHLO") {
+            Say(tls != nullptr ? "250-sink\r\n250 AUTH PLAIN\r\n"
+                               : "250-sink\r\n250-STARTTLS\r\n250 AUTH PLAIN\r\n");
+        } else if (verb == "STAR") {
+            Say("220 go\r\n");
+            tls = SSL_new(context);
+            SSL_set_fd(tls, socket);
+            SSL_accept(tls);
+        } else if (verb == "AUTH") {
+            isLoggingIn = received.find(' ', LoginCommand.size()) == std::string_view::npos;
+            Say(isLoggingIn ? "334 \r\n" : "235 in\r\n");
+        } else if (verb == "DATA") {
             inMail = true;
             tail.clear();
             Say("354 go\r\n");
@@ -68,10 +106,8 @@ private:
 
     /// The client waits for the answer: nothing follows the end of the mail.
     void SwallowMail() {
-        const std::size_t kept =
-            received.size() < MailEnd.size() ? received.size() : MailEnd.size();
-        tail += received.substr(received.size() - kept);
-        tail.erase(0, tail.size() < MailEnd.size() ? 0 : tail.size() - MailEnd.size());
+        tail += received.substr(received.size() - std::min(received.size(), MailEnd.size()));
+        tail.erase(0, tail.size() - std::min(tail.size(), MailEnd.size()));
         if (tail == MailEnd) {
             inMail = false;
             Say("250 ok\r\n");
@@ -79,34 +115,35 @@ private:
     }
 
     int socket;
-    std::string buffer;
+    SSL_CTX *context;
+    SSL *tls = nullptr;
+    std::string buffer = std::string(BufferSize, '\0');
     std::string_view received;
     std::string tail;  ///< The mail's last bytes, as many as its end has.
+    bool isLoggingIn = false;
     bool inMail = false;
 };
 
 }  // namespace
 
-CSinkServer::CSinkServer() {
+int main(int argc, char **argv) {
+    SSL_CTX *const context = SSL_CTX_new(TLS_server_method());
+    if (argc != 2 || SSL_CTX_use_certificate_chain_file(context, argv[1]) != 1 ||
+        SSL_CTX_use_PrivateKey_file(context, argv[1], SSL_FILETYPE_PEM) != 1) {
+        std::fputs("Usage: sink_server CERTIFICATE\n", stderr);
+        return EXIT_FAILURE;
+    }
+    ::signal(SIGPIPE, SIG_IGN);  // OpenSSL writes to connections that a client has closed.
+    int port = 0;
     const int listener = SMTPClientNS::ListenOnLoopback(port);
-    process = ::fork();
-    if (process < 0) {
-        std::perror("sink server");
-        std::exit(EXIT_FAILURE);
-    }
-    if (process == 0) {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // No server outlives a benchmark that was stopped.
-        for (;;) {
-            const int accepted = ::accept(listener, nullptr, nullptr);
-            if (accepted >= 0) {
-                CConversation(accepted).Serve();
-            }
+    std::printf("%d\n", port);
+    std::fflush(stdout);
+    std::thread([listener, context] {
+        for (int accepted = -1; (accepted = ::accept(listener, nullptr, nullptr)) >= 0;) {
+            std::thread([=] { CConversation(accepted, context).Serve(); }).detach();
         }
+    }).detach();
+    while (std::getchar() != EOF) {
     }
-    ::close(listener);
-}
-
-CSinkServer::~CSinkServer() {
-    ::kill(process, SIGKILL);
-    ::waitpid(process, nullptr, 0);
+    std::_Exit(EXIT_SUCCESS);
 }

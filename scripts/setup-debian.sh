@@ -2,7 +2,7 @@
 # Installs what Debian 12 needs for a purpose, if it is missing. Without anything missing it needs
 # neither the network nor root.
 #
-# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|lint|fuzz|interop
+# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop
 set -euo pipefail
 
 is_installed() {
@@ -22,7 +22,8 @@ case $purpose in
     demo) packages+=("${server[@]}") ;;
     dev | asan | tsan | interop) packages+=("${tests[@]}") ;;
     clang) packages+=("${tests[@]}" clang) ;;
-    release) packages+=("${tests[@]}" libbenchmark-dev) ;;
+    release) packages+=("${tests[@]}" libbenchmark-dev libssl-dev) ;;
+    bench) packages+=(libbenchmark-dev libssl-dev openssl python3-matplotlib) ;;
     lint) packages+=(clang clang-tidy clang-format cppcheck) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     *)
