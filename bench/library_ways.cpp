@@ -41,7 +41,7 @@ Client MakeClient(const MailToSend &mail, const Message &message) {
 bool SendAll(const MailToSend &mail, int times, bool isLogged) {
     const Message message = MakeMessage(mail);
     const Client client = MakeClient(mail, message);
-    client->SetLogFile(Wide(isLogged ? mail.logFile : "").c_str(), false);
+    client->SetLogFile(Wide(isLogged ? mail.logFile : "").c_str(), true);
     bool areTaken = true;
     for (int sent = 0; sent < times && areTaken; ++sent) {
         areTaken = client->Send() == SMTPClientNS::ResultSuccess;

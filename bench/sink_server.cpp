@@ -52,6 +52,9 @@ public:
 
 private:
     bool Receive() {
+        // A peer that sends the end of a mail by itself is not held up by Nagle's algorithm.
+        const int atOnce = 1;
+        ::setsockopt(socket, IPPROTO_TCP, TCP_QUICKACK, &atOnce, sizeof atOnce);
         const auto count = tls != nullptr
                                ? SSL_read(tls, buffer.data(), static_cast<int>(buffer.size()))
                                : ::recv(socket, buffer.data(), buffer.size(), 0);

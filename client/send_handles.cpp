@@ -64,6 +64,7 @@ void ReleaseSendHandles(SendHandles &handles) {
     handles.easyHandle.reset();
     handles.senderAddress.clear();
     handles.files.clear();
+    handles.encodedFiles.clear();
 }
 
 }  // namespace SMTPClientNS

@@ -2,9 +2,11 @@
 #define CLIENT_SEND_HANDLES_H
 
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 #include "compose/body_tree.h"
+#include "compose/encoded_file.h"
 #include "platform/text_types.h"
 #include "transport/curl_handles.h"
 
@@ -26,7 +28,9 @@ struct SendHandles {
 
     std::uint32_t generation = 0;  ///< ForkGeneration of the process that made them.
     NarrowString senderAddress;    ///< MAIL FROM.
-    std::vector<FilePart> files;   ///< What libcurl opens during the transfer.
+    std::vector<FilePart> files;   ///< What is read during the transfer.
+    /// Parts of the tree point to them; made when the transfer starts.
+    std::deque<CEncodedFile> encodedFiles;
 
     SendHandles() = default;
     ~SendHandles();

@@ -2,11 +2,9 @@
 
 #include <curl/curl.h>
 
-#include <new>
 #include <string_view>
 
-#include "compose/text_conversion.h"
-#include "platform/file.h"
+#include "client/file_parts.h"
 #include "platform/socket.h"
 #include "transport/curl_use.h"
 
@@ -23,23 +21,6 @@ bool EnvelopeHoldsLineBreak(const SendHandles &handles) {
         recipient = recipient->next;
     }
     return recipient != nullptr || HoldsLineBreak(handles.senderAddress);
-}
-
-/// Gives libcurl each file's size as it is now: it may have changed while the send waited for its
-/// turn.
-CURLcode LookAtFilesAgain(const SendHandles &handles) noexcept try {
-    for (const FilePart &file : handles.files) {
-        if (IsSpecialFile(file.path)) {
-            return CURLE_READ_ERROR;
-        }
-        const NarrowString path = WideToAnsi(file.path.c_str());
-        if (curl_mime_filedata(file.part, path.c_str()) == CURLE_OUT_OF_MEMORY) {
-            return CURLE_OUT_OF_MEMORY;
-        }
-    }
-    return CURLE_OK;
-} catch (const std::bad_alloc &) {
-    return CURLE_OUT_OF_MEMORY;
 }
 
 /// CURLOPT_XFERINFOFUNCTION: called many times a second while bytes flow, and once a second while
@@ -67,7 +48,7 @@ std::int32_t PerformTransfer(SendHandles &handles,
     if (EnvelopeHoldsLineBreak(handles)) {
         return CURLE_BAD_FUNCTION_ARGUMENT;
     }
-    if (const CURLcode refusal = LookAtFilesAgain(handles); refusal != CURLE_OK) {
+    if (const CURLcode refusal = TakeOverFiles(handles); refusal != CURLE_OK) {
         return refusal;
     }
     CURL *const easy = handles.easyHandle.get();

@@ -17,7 +17,9 @@ namespace SMTPClientNS {
 ///     CURLE_BAD_FUNCTION_ARGUMENT   an envelope address holds a CR or LF, with which whoever
 ///                                   supplies addresses would write SMTP commands of his own;
 ///     CURLE_READ_ERROR              a file to send has become a folder, a pipe or a device, which
-///                                   would send nothing or block for ever;
+///                                   would send nothing or block for ever; with a connection, a
+///                                   file that is gone, unreadable, or not of the length any more
+///                                   that it had when the transfer started;
 ///     CURLE_OUT_OF_MEMORY           there is no memory to open a file to send;
 ///     CURLE_ABORTED_BY_CALLBACK     the process is ending.
 std::int32_t PerformTransfer(SendHandles &handles,

@@ -1,6 +1,7 @@
 #include "compose/body_tree.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <smtpclient/mime_message.h>
 
@@ -36,24 +37,20 @@ void AddBodyPart(curl_mime *bodies, const char16_t *text, const NarrowString &ch
     curl_mime_type(part, (typeHead + charset).c_str());
 }
 
-void AddFilePart(curl_mimepart *part, const char16_t *path, std::vector<FilePart> &files) {
+/// Without a type libcurl chooses one.
+void AddFilePart(curl_mime *parts, const char16_t *path, const char *type,
+                 std::vector<NarrowString> headers, std::vector<FilePart> &files) {
+    curl_mimepart *const part = curl_mime_addpart(parts);
     curl_mime_filedata(part, WideToAnsi(path).c_str());
-    files.push_back({part, path});
-}
-
-void SetHeaders(curl_mimepart *part, std::initializer_list<const char *> lines) {
-    curl_slist *headers = nullptr;
-    for (const char *line : lines) {
-        curl_slist *const longer = curl_slist_append(headers, line);
-        if (longer == nullptr) {
-            break;
-        }
-        headers = longer;
+    const bool hasType = *type != '\0';
+    if (hasType) {
+        curl_mime_type(part, type);
     }
-    constexpr int TakeOwnership = 1;
-    if (curl_mime_headers(part, headers, TakeOwnership) != CURLE_OK) {
-        curl_slist_free_all(headers);
+    if (!headers.empty()) {
+        SetPartHeaders(part, headers);
     }
+    curl_mime_encoder(part, FileEncoding);
+    files.push_back({part, path, hasType, std::move(headers)});
 }
 
 curl_mimepart *Hang(curl_mime *root, curl_mime *subtree, const char *type) {
@@ -80,7 +77,7 @@ void AddBodyParts(curl_mime *root, curl_mime *bodies, const ISmtpClient *client)
         AddBodyPart(bodies, message->GetTextBody(), charset, TextType);
     }
     if (hasHtml || hasText) {
-        SetHeaders(Hang(root, bodies, AlternativeType), {InlineDisposition});
+        SetPartHeaders(Hang(root, bodies, AlternativeType), {InlineDisposition});
     }
 }
 
@@ -98,13 +95,8 @@ void AddInlineImageParts(curl_mime *root, curl_mime *images, const ISmtpClient *
         if (IsEmpty(path) || IsEmpty(id)) {
             continue;
         }
-        curl_mimepart *const part = curl_mime_addpart(images);
-        AddFilePart(part, path, files);
-        if (const char *type = ImageTypeForPath(WideToAnsi(path)); *type != '\0') {
-            curl_mime_type(part, type);
-        }
-        SetHeaders(part, {("Content-ID: <" + WideToAnsi(id) + ">").c_str(), InlineDisposition});
-        curl_mime_encoder(part, FileEncoding);
+        AddFilePart(images, path, ImageTypeForPath(WideToAnsi(path)),
+                    {"Content-ID: <" + WideToAnsi(id) + ">", InlineDisposition}, files);
     }
     Hang(root, images, RelatedType);
 }
@@ -121,11 +113,27 @@ void AddAttachmentParts(curl_mime *root, curl_mime *attachments, const ISmtpClie
         if (IsEmpty(path)) {
             continue;
         }
-        curl_mimepart *const part = curl_mime_addpart(attachments);
-        AddFilePart(part, path, files);
-        curl_mime_encoder(part, FileEncoding);
+        AddFilePart(attachments, path, "", {}, files);
     }
     Hang(root, attachments, MixedType);
+}
+
+CURLcode SetPartHeaders(curl_mimepart *part, const std::vector<NarrowString> &lines) {
+    curl_slist *headers = nullptr;
+    for (const NarrowString &line : lines) {
+        curl_slist *const longer = curl_slist_append(headers, line.c_str());
+        if (longer == nullptr) {
+            curl_slist_free_all(headers);
+            return CURLE_OUT_OF_MEMORY;
+        }
+        headers = longer;
+    }
+    constexpr int TakeOwnership = 1;
+    const CURLcode result = curl_mime_headers(part, headers, TakeOwnership);
+    if (result != CURLE_OK) {
+        curl_slist_free_all(headers);
+    }
+    return result;
 }
 
 const char *ImageTypeForPath(const NarrowString &path) {

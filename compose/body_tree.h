@@ -11,11 +11,16 @@
 
 namespace SMTPClientNS {
 
-/// A part that libcurl fills from a file. Lives as long as the tree that it stands in.
+/// A part that holds a file in Base64. Lives as long as the tree that it stands in.
 struct FilePart {
     curl_mimepart *part;
-    WideString path;  ///< As the message gives it.
+    WideString path;                    ///< As the message gives it.
+    bool hasType;                       ///< The part was given its type; else libcurl chooses one.
+    std::vector<NarrowString> headers;  ///< What the part was given beside libcurl's own.
 };
+
+/// Takes the place of the headers that a part was given. CURLE_OUT_OF_MEMORY leaves those.
+CURLcode SetPartHeaders(curl_mimepart *part, const std::vector<NarrowString> &lines);
 
 /// The MIME structure of a message (RFC 2046): up to three siblings under root, in this order.
 ///

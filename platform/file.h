@@ -16,8 +16,18 @@ namespace SMTPClientNS {
 /// Something exists at the path, of whatever kind.
 bool PathExists(const WideString &path);
 
-/// Something exists at the path that is no regular file: a folder, a pipe, a device.
-bool IsSpecialFile(const WideString &path);
+enum class FileKind {
+    Missing,
+    Regular,
+    Special,  ///< A folder, a pipe, a device.
+};
+
+struct FileStatus {
+    FileKind kind = FileKind::Missing;
+    std::uint64_t size = 0;  ///< Of a regular file, in bytes.
+};
+
+FileStatus GetFileStatus(const WideString &path);
 
 /// All bytes of a regular file, opened without sharing: the open fails while another open of the
 /// file, by this library or a program that cooperates, holds an exclusive flock, and keeps such
@@ -44,6 +54,22 @@ public:
 
 private:
     CUniqueFd descriptor;
+};
+
+/// A regular file that is open for reading; others may write to it meanwhile.
+class CInputFile {
+public:
+    /// Not open if there is no regular file at the path, or it cannot be opened.
+    static CInputFile Open(const WideString &path);
+
+    bool IsOpen() const noexcept { return static_cast<bool>(file); }
+
+    /// The next bytes: as many as are asked for, or fewer at the end of the file. None if they
+    /// cannot be read.
+    std::optional<std::size_t> Read(char *target, std::size_t size) const;
+
+private:
+    CUniqueFd file;
 };
 
 /// A file that is open for writing under an exclusive flock, taken without waiting.

@@ -94,7 +94,9 @@ public:
     virtual const char16_t *GetBcc(std::uint32_t index, std::int32_t selector) const = 0;
 
     /// Appends a file to attach. The path is kept as given, and the file is read during the
-    /// transfer, a background one too: it has to stay until that has ended.
+    /// transfer, a background one too: it has to stay, and keep its length, until that has ended.
+    /// A file that grows or shrinks meanwhile ends the send with ResultFileUnreadable; the server
+    /// takes no part of the mail then.
     ///
     /// Returns the new number of attachments, or -1 if path is null or nothing exists there.
     virtual std::int32_t AddAttachment(const char16_t *path) = 0;

@@ -18,7 +18,7 @@ NarrowString SystemPath(const WideString &path) {
 }
 
 /// Without blocking on a pipe that nobody has opened at its other end.
-CLockedFd OpenFile(const WideString &path, int flags) {
+CUniqueFd OpenDescriptor(const WideString &path, int flags) {
     constexpr mode_t OwnerAlone = S_IRUSR | S_IWUSR;
     const NarrowString systemPath = SystemPath(path);
     int descriptor = -1;
@@ -26,7 +26,30 @@ CLockedFd OpenFile(const WideString &path, int flags) {
         descriptor =
             ::open(systemPath.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, OwnerAlone);
     } while (descriptor < 0 && errno == EINTR);
-    return CLockedFd(AwayFromStandardStreams(CUniqueFd(descriptor)));
+    return AwayFromStandardStreams(CUniqueFd(descriptor));
+}
+
+CLockedFd OpenFile(const WideString &path, int flags) {
+    return CLockedFd(OpenDescriptor(path, flags));
+}
+
+/// Fewer bytes than asked for are all that there are; none if they cannot be read.
+std::optional<std::size_t> ReadUpTo(int descriptor, char *target, std::size_t size) {
+    std::size_t filled = 0;
+    while (filled < size) {
+        const ssize_t count = ::read(descriptor, target + filled, size - filled);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return std::nullopt;
+        }
+        if (count == 0) {
+            break;
+        }
+        filled += static_cast<std::size_t>(count);
+    }
+    return filled;
 }
 
 /// A file system that knows no locks counts as one that nobody locks.
@@ -67,9 +90,15 @@ bool PathExists(const WideString &path) {
     return ::stat(SystemPath(path).c_str(), &status) == 0;
 }
 
-bool IsSpecialFile(const WideString &path) {
+FileStatus GetFileStatus(const WideString &path) {
     struct stat status = {};
-    return ::stat(SystemPath(path).c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+    if (::stat(SystemPath(path).c_str(), &status) != 0) {
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return {FileKind::Special, 0};
+    }
+    return {FileKind::Regular, static_cast<std::uint64_t>(status.st_size)};
 }
 
 std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t sizeLimit) {
@@ -81,22 +110,26 @@ std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t 
         return std::nullopt;
     }
     NarrowString content(static_cast<std::size_t>(status.st_size), '\0');
-    std::size_t filled = 0;
-    while (filled < content.size()) {
-        const ssize_t count = ::read(file.Get(), content.data() + filled, content.size() - filled);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            return std::nullopt;
-        }
-        if (count == 0) {  // Cut short since its size was asked.
-            break;
-        }
-        filled += static_cast<std::size_t>(count);
+    const std::optional<std::size_t> filled = ReadUpTo(file.Get(), content.data(), content.size());
+    if (!filled) {
+        return std::nullopt;
     }
-    content.resize(filled);
+    content.resize(*filled);  // It may have been cut short since its size was asked.
     return content;
+}
+
+CInputFile CInputFile::Open(const WideString &path) {
+    CInputFile result;
+    CUniqueFd file = OpenDescriptor(path, O_RDONLY);
+    struct stat status = {};
+    if (file && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode)) {
+        result.file = std::move(file);
+    }
+    return result;
+}
+
+std::optional<std::size_t> CInputFile::Read(char *target, std::size_t size) const {
+    return ReadUpTo(file.Get(), target, size);
 }
 
 CExclusiveFile CExclusiveFile::Replace(const WideString &path) {

@@ -72,5 +72,28 @@ TEST(AttachmentFaults, AFileThatChangesBeforeItsTurn) {
     ::setfsuid(user);
 }
 
+/// The server never gets the end of the mail, and so never takes it.
+TEST(AttachmentFaults, AFileThatChangesDuringItsTransfer) {
+    for (const char *change : {"rm attached", "truncate -s 3 attached", "echo 6 >>attached"}) {
+        SCOPED_TRACE(change);
+        const CTemporaryFolder folder;
+        CSmtpServer server;
+        server.At("DATA", CSmtpServer::Hold);
+        const Client client = MakeClientFor(server.Port());
+        CRecordingSink sink;
+        client->SetCompletionSink(&sink);
+        const Message message = MakeSmallMessage();
+        client->SetMessage(message.get());
+        message->AddAttachment(folder.Write("attached", "12345").c_str());
+        client->SendAsync();
+        ASSERT_TRUE(server.WaitForCommands("DATA", 1));
+        ASSERT_EQ(std::system(("cd " + folder.PathOf("") + " && " + change).c_str()), 0);
+        server.OpenGate();
+        ASSERT_TRUE(sink.WaitForReports(1));
+        EXPECT_EQ(sink.lastCode, ResultFileUnreadable);
+        EXPECT_TRUE(server.Mails().empty());
+    }
+}
+
 }  // namespace
 }  // namespace SMTPClientNS

@@ -1,0 +1,103 @@
+#include "client/file_parts.h"
+
+#include <gtest/gtest.h>
+
+#include "client/prepare_send.h"
+#include "tests/support/host_tools.h"
+#include "tests/support/smtp_server.h"
+
+namespace SMTPClientNS {
+namespace {
+
+std::string Noise(std::size_t size) {
+    std::string noise(size, '\0');
+    for (std::size_t at = 0; at < size; ++at) {
+        noise[at] = static_cast<char>(at * at >> 3U);
+    }
+    return noise;
+}
+
+/// What the server was told: the commands, and the mail from its first boundary on, with numbers in
+/// place of the boundaries, which are random.
+std::string Received(CSmtpServer &server) {
+    std::string received;
+    for (const std::string &command : server.Commands()) {
+        received += command + "\r\n";
+    }
+    const std::string mail = server.Mails().at(0).data;
+    const std::string head = "boundary=";
+    std::string body = mail.substr(mail.find("\r\n--"));
+    std::size_t found = mail.find(head);
+    for (int number = 0; found != std::string::npos; found = mail.find(head, found + 1)) {
+        const std::size_t start = found + head.size();
+        const std::string boundary = mail.substr(start, mail.find('\r', start) - start);
+        const std::string shown = "<" + std::to_string(number++) + ">";
+        for (std::size_t at = 0; (at = body.find(boundary, at)) != std::string::npos;) {
+            body.replace(at, boundary.size(), shown);
+        }
+    }
+    return received + body;
+}
+
+using Transfer = std::int32_t (*)(SendHandles &handles);
+
+std::string Send(IMimeMessage &message, Transfer transfer) {
+    CSmtpServer server;
+    const Client client = MakeClientFor(server.Port());
+    client->SetMessage(&message);
+    SendHandles handles;
+    MakeSendHandles(handles);
+    EXPECT_EQ(PrepareSend(handles, client.get()), CURLE_OK);
+    EXPECT_EQ(transfer(handles), CURLE_OK);
+    return Received(server);
+}
+
+void ExpectTheSameMail(IMimeMessage &message) {
+    const auto bareCurl = [](SendHandles &handles) -> std::int32_t {
+        return curl_easy_perform(handles.easyHandle.get());
+    };
+    const auto ours = [](SendHandles &handles) { return PerformTransfer(handles); };
+    EXPECT_TRUE(Send(message, ours) == Send(message, bareCurl));  // Too long to be shown.
+}
+
+TEST(FileParts, OfEverySizeAreThoseOfLibcurl) {
+    constexpr std::size_t Piece = 57 * 1024;
+    std::vector<std::size_t> sizes = {Piece - 1, Piece,         Piece + 1, 2 * Piece - 1,
+                                      2 * Piece, 2 * Piece + 1, 3U << 20U, (3U << 20U) + 1};
+    for (std::size_t size = 0; size <= 200; ++size) {
+        sizes.push_back(size);
+    }
+    const CTemporaryFolder folder;
+    const Message message = MakeSmallMessage();
+    for (const std::size_t size : sizes) {
+        message->AddAttachment(folder.Write(std::to_string(size), Noise(size)).c_str());
+    }
+    ExpectTheSameMail(*message);
+}
+
+TEST(FileParts, OfEveryNameAreThoseOfLibcurl) {
+    std::vector<std::u16string> names = {
+        u"none", u"two.pdf.zip", u".gif",     u"a.",         u"quo\"ted",
+        u"b\\s", u"a blank.txt", u"日本.bin", u"ta\tb\r\nx", u"gif",
+    };
+    for (const std::u16string extension :
+         {u"gif",  u"jpg", u"jpeg", u"png",  u"bmp", u"svg",  u"txt", u"htm",
+          u"html", u"pdf", u"xml",  u"GIF",  u"JPG", u"Jpeg", u"PNG", u"BMP",
+          u"SVG",  u"TXT", u"HTM",  u"HTML", u"PDF", u"XML"}) {
+        names.push_back(u"a." + extension);
+    }
+    const CTemporaryFolder folder;
+    const Message message = MakeSmallMessage();
+    message->SetHtmlBody(u"<p>");
+    for (const std::u16string &name : names) {
+        const std::filesystem::path path = std::filesystem::path(folder.PathOf("")) / name;
+        std::ofstream(path) << "content";
+        message->AddAttachment(path.u16string().c_str());
+        message->AddInlineImage(path.u16string().c_str(), u"id");
+    }
+    ASSERT_EQ(message->GetAttachmentCount(), static_cast<std::int32_t>(names.size()));
+    ExpectTheSameMail(*message);
+}
+
+}  // namespace
+}  // namespace SMTPClientNS
