@@ -1,12 +1,13 @@
 #include "compose/body_tree.h"
 
-#include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include <smtpclient/mime_message.h>
 
 #include "compose/charset_converter.h"
 #include "compose/text_conversion.h"
+#include "platform/ascii.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -141,14 +142,11 @@ const char *ImageTypeForPath(const NarrowString &path) {
     if (dot == NarrowString::npos) {
         return "";
     }
-    NarrowString extension = path.substr(dot + 1);
-    std::transform(extension.begin(), extension.end(), extension.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter;
-    });
-    if (extension == "bmp") {
+    const std::string_view extension = std::string_view(path).substr(dot + 1);
+    if (FoldsTo(extension, "bmp")) {
         return "image/bmp";
     }
-    if (extension == "png") {
+    if (FoldsTo(extension, "png")) {
         return "image/png";
     }
     return "";

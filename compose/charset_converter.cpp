@@ -1,27 +1,22 @@
 #include "compose/charset_converter.h"
 
-#include <iconv.h>
-
 #include <cerrno>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "platform/message_box.h"
 #include "platform/never_destroyed.h"
 #include "platform/thread_slot.h"
+#include "platform/utf8.h"
 
 namespace SMTPClientNS {
 namespace {
 
 constexpr const char *SourceCharset = "utf-16le";
-constexpr const char *FirstCharset = "utf-8";
 constexpr const char *DropFaultsSuffix = "//IGNORE";
 constexpr std::size_t LongestCharsetName = 503;
 constexpr std::size_t OutputBytesPerInputByte = 5;
-
-void *InvalidDescriptor() noexcept {
-    return reinterpret_cast<void *>(-1);  // NOLINT(*-int-to-ptr): the value that iconv_open gives
-}
 
 void EndConverter(void *converter) noexcept {
     const std::unique_ptr<CCharsetConverter> ending(static_cast<CCharsetConverter *>(converter));
@@ -42,28 +37,6 @@ std::unique_ptr<char[]> CopyLittleEndian(std::u16string_view text) {
 
 }  // namespace
 
-CCharsetConverter::CCharsetConverter() : descriptor(::iconv_open(FirstCharset, SourceCharset)) {
-    if (IsOpen()) {
-        charset = FirstCharset;
-    }
-}
-
-CCharsetConverter::~CCharsetConverter() {
-    Close();
-}
-
-bool CCharsetConverter::IsOpen() const noexcept {
-    return descriptor != InvalidDescriptor();
-}
-
-void CCharsetConverter::Close() noexcept {
-    if (IsOpen()) {
-        ::iconv_close(descriptor);
-    }
-    descriptor = InvalidDescriptor();
-    charset.clear();
-}
-
 std::int32_t CCharsetConverter::ConvertWideToCharset(const NarrowString &charsetName,
                                                      const char16_t *text,
                                                      ConvertedText &converted) {
@@ -74,16 +47,41 @@ std::int32_t CCharsetConverter::ConvertWideToCharset(const NarrowString &charset
     if (units.empty() || units.size() > std::numeric_limits<std::int32_t>::max()) {
         return ConvertRefused;
     }
-    const std::unique_ptr<char[]> copy = CopyLittleEndian(units);
+    return IsUtf8Name(charsetName) ? ConvertToUtf8(units, charsetName, converted)
+                                   : ConvertByIconv(units, charsetName, converted);
+}
+
+std::int32_t CCharsetConverter::ConvertToUtf8(std::u16string_view text,
+                                              const NarrowString &charsetName,
+                                              ConvertedText &converted) {
+    const std::size_t capacity = text.size() * LongestUtf8PerUnit;
+    converted.buffer.reset(static_cast<char *>(std::malloc(capacity + 1)));
+    if (converted.buffer == nullptr) {
+        return ConvertRefused;
+    }
+    if (charset != charsetName) {
+        Keep(charsetName, {});
+    }
+    const auto onLone = isStrict ? LoneSurrogate::Stop : LoneSurrogate::Drop;
+    const auto [written, isWhole] = EncodeUtf8(text, converted.buffer.get(), onLone);
+    if (!isWhole && written != 0) {
+        converted.buffer.reset();
+        Keep({}, {});
+        return ConvertFailed;
+    }
+    converted.buffer.get()[written] = '\0';
+    converted.size = written;
+    return ConvertDone;
+}
+
+std::int32_t CCharsetConverter::ConvertByIconv(std::u16string_view text,
+                                               const NarrowString &charsetName,
+                                               ConvertedText &converted) {
+    const std::unique_ptr<char[]> copy = CopyLittleEndian(text);
     if (copy == nullptr) {
         return ConvertNoMemory;
     }
-    return ConvertBuffer({copy.get(), units.size() * 2}, charsetName, converted);
-}
-
-std::int32_t CCharsetConverter::ConvertBuffer(std::string_view utf16,
-                                              const NarrowString &charsetName,
-                                              ConvertedText &converted) {
+    const std::string_view utf16(copy.get(), text.size() * 2);
     const std::size_t capacity = utf16.size() * OutputBytesPerInputByte + 1;
     // Pages that stay untouched cost nothing, which matters for a buffer of this size.
     converted.buffer.reset(static_cast<char *>(std::calloc(capacity + 1, 1)));
@@ -94,14 +92,14 @@ std::int32_t CCharsetConverter::ConvertBuffer(std::string_view utf16,
         converted.buffer.reset();
         return ConvertUnknownCharset;
     }
-    ::iconv(descriptor, nullptr, nullptr, nullptr, nullptr);
+    descriptor.Restart();
     char *output = converted.buffer.get();
     std::size_t outputLeft = capacity;
     const bool failed = !ConvertAll(utf16, output, outputLeft);
     const std::size_t written = capacity - outputLeft;
     if (failed && written != 0) {
         converted.buffer.reset();
-        Close();
+        Keep({}, {});
         return ConvertFailed;
     }
     converted.size = written;
@@ -112,38 +110,37 @@ bool CCharsetConverter::Open(const NarrowString &charsetName) {
     if (charsetName.size() > LongestCharsetName) {
         return false;
     }
-    void *const opened = ::iconv_open((charsetName + DropFaultsSuffix).c_str(), SourceCharset);
-    if (opened == InvalidDescriptor()) {
+    CIconvDescriptor opened((charsetName + DropFaultsSuffix).c_str(), SourceCharset);
+    if (!opened.IsOpen()) {
         return false;
     }
-    Close();
-    descriptor = opened;
-    charset = charsetName;
-    dropsFaults = true;
+    Keep(charsetName, std::move(opened));
     return true;
 }
 
-bool CCharsetConverter::ConvertAll(std::string_view input, char *&output, std::size_t &outputLeft) {
-    char *in = const_cast<char *>(input.data());  // iconv does not write to it.
-    std::size_t inLeft = input.size();
+void CCharsetConverter::Keep(const NarrowString &charsetName, CIconvDescriptor opened) {
+    descriptor = std::move(opened);
+    charset = charsetName;
+    isStrict = false;
+}
+
+bool CCharsetConverter::ConvertAll(std::string_view input, char *&output,
+                                   std::size_t &outputLeft) const {
     for (;;) {
-        const std::size_t before = inLeft;
-        if (::iconv(descriptor, &in, &inLeft, &output, &outputLeft) !=
-            static_cast<std::size_t>(-1)) {
+        const std::size_t before = input.size();
+        const int reason = descriptor.Convert(input, output, outputLeft);
+        if (reason == 0) {
             return true;
-        }
-        if (!dropsFaults) {
-            return false;
         }
         // The C library's iconv drops what the charset lacks and reports EILSEQ all the same, with
         // input left every few thousand units: go on for as long as that moves on.
-        if (errno == EILSEQ && inLeft < before) {
-            if (inLeft == 0) {
+        if (reason == EILSEQ && input.size() < before) {
+            if (input.empty()) {
                 return true;
             }
             continue;
         }
-        return errno == EINVAL;  // A high surrogate at the very end, dropped like any other.
+        return reason == EINVAL;  // A high surrogate at the very end, dropped like any other.
     }
 }
 

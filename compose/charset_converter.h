@@ -7,6 +7,7 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/iconv_descriptor.h"
 #include "platform/text_types.h"
 
 namespace SMTPClientNS {
@@ -33,20 +34,16 @@ struct ConvertedText {
     std::string_view Bytes() const { return {buffer.get(), size}; }
 };
 
-/// Converts UTF-16 to charsets named at run time. Keeps the descriptor of the last charset open, so
-/// that all pieces of a message share it; names are compared byte for byte. Characters that a
-/// charset lacks are dropped.
+/// Converts UTF-16 to charsets named at run time: to UTF-8 itself, to others by iconv. Keeps the
+/// conversion to the last charset open, so that all pieces of a message share it; names are
+/// compared byte for byte. Characters that a charset lacks are dropped.
 class CCharsetConverter {
 public:
-    /// Starts with "utf-8" open in the strict form, in which a lone surrogate is a failure. Every
-    /// later opening drops it, one of "utf-8" too.
-    CCharsetConverter();
-    ~CCharsetConverter();
-    CCharsetConverter(const CCharsetConverter &) = delete;
-    CCharsetConverter &operator=(const CCharsetConverter &) = delete;
-
     /// Converts 0-terminated text; a ConvertResult. Converted stays empty on any result but
     /// ConvertDone. A text of nothing but characters that the charset lacks is done, with no bytes.
+    ///
+    /// The first conversion of all is to "utf-8", if that is asked for first, in the strict form:
+    /// a lone surrogate is a failure. Every later opening drops it, one of "utf-8" too.
     ///
     /// BUGS: nothing is added behind the last character. Text in a stateful charset does not shift
     /// back, which readers cope with. In the few charsets whose characters may combine with the
@@ -56,16 +53,17 @@ public:
                                       ConvertedText &converted);
 
 private:
-    std::int32_t ConvertBuffer(std::string_view utf16, const NarrowString &charsetName,
+    std::int32_t ConvertToUtf8(std::u16string_view text, const NarrowString &charsetName,
                                ConvertedText &converted);
+    std::int32_t ConvertByIconv(std::u16string_view text, const NarrowString &charsetName,
+                                ConvertedText &converted);
     bool Open(const NarrowString &charsetName);
-    bool IsOpen() const noexcept;
-    void Close() noexcept;
-    bool ConvertAll(std::string_view input, char *&output, std::size_t &outputLeft);
+    void Keep(const NarrowString &charsetName, CIconvDescriptor opened);
+    bool ConvertAll(std::string_view input, char *&output, std::size_t &outputLeft) const;
 
-    void *descriptor;          ///< iconv's, or its invalid value.
-    NarrowString charset;      ///< What descriptor converts to, without suffix; empty if invalid.
-    bool dropsFaults = false;  ///< The descriptor was opened with the suffix "//IGNORE".
+    NarrowString charset = "utf-8";  ///< The last one, as it was spelled; empty after a failure.
+    CIconvDescriptor descriptor;     ///< Converts to charset; none if that is UTF-8.
+    bool isStrict = true;            ///< Until another charset or spelling is asked for.
 };
 
 /// The converter of the calling thread.

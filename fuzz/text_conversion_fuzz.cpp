@@ -1,13 +1,67 @@
+#include <cerrno>
+
 #include "compose/charset_converter.h"
 #include "compose/encoded_word.h"
 #include "compose/text_conversion.h"
 #include "fuzz/fuzz_input.h"
+#include "platform/code_page.h"
+#include "platform/iconv_descriptor.h"
 
 namespace {
 
 constexpr const char *Charsets[] = {"UTF-8",       "utf-8",  "ISO-8859-1", "Shift_JIS",
                                     "ISO-2022-JP", "UTF-16", "UTF-7",      "GB18030",
                                     "EUC-KR",      "UTF-32", "ASCII",      "BIG5-HKSCS"};
+
+struct ByIconv {
+    std::string bytes;
+    bool failed = false;
+
+    /// Each place that cannot be converted gives replacement for its first faultLength bytes; with
+    /// none, iconv itself decides whether it goes on.
+    ByIconv(const char *to, const char *from, std::string_view input, std::string_view replacement,
+            std::size_t faultLength) {
+        const SMTPClientNS::CIconvDescriptor conversion(to, from);
+        bytes.resize(input.size() * 3);
+        char *output = bytes.data();
+        std::size_t left = bytes.size();
+        for (bool goesOn = true; goesOn;) {
+            const std::size_t before = input.size();
+            failed = conversion.Convert(input, output, left) != 0;
+            goesOn = failed && input.size() < before;
+            if (failed && !replacement.empty()) {
+                output = std::copy(replacement.begin(), replacement.end(), output);
+                left -= replacement.size();
+                input.remove_prefix(faultLength);
+                goesOn = true;
+            }
+        }
+        bytes.resize(bytes.size() - left);
+    }
+};
+
+std::string_view BytesOf(std::u16string_view text) {
+    return {reinterpret_cast<const char *>(text.data()), text.size() * sizeof(char16_t)};
+}
+
+void CompareUtf8WithIconv(const std::u16string &text, std::string_view bytes) {
+    using namespace SMTPClientNS;
+    const ByIconv strict("utf-8", "utf-16le", BytesOf(text), {}, 0);
+    const ByIconv dropping("utf-8//IGNORE", "utf-16le", BytesOf(text), {}, 0);
+    const bool isRefused = strict.failed && !strict.bytes.empty();
+    CCharsetConverter converter;
+    ConvertedText converted;
+    const std::int32_t first = converter.ConvertWideToCharset("utf-8", text.c_str(), converted);
+    Require(first == (isRefused ? ConvertFailed : ConvertDone));
+    Require(isRefused || converted.Bytes() == strict.bytes);
+    for (const char *charset : {"Utf8", "utf-8", "UTF-8"}) {
+        Require(converter.ConvertWideToCharset(charset, text.c_str(), converted) == ConvertDone);
+        Require(converted.Bytes() == dropping.bytes);
+    }
+    Require(WideToSystemCodePage(text) ==
+            ByIconv("utf-8", "utf-16le", BytesOf(text), "\xEF\xBF\xBD", 2).bytes);
+    Require(BytesOf(Utf8ToWide(bytes)) == ByIconv("utf-16le", "utf-8", bytes, "\xFD\xFF", 1).bytes);
+}
 
 }  // namespace
 
@@ -41,12 +95,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
         Require(std::u16string(subject.begin(), subject.end()) == text && name == subject);
     }
 
-    const NarrowString narrow = WideToAnsi(text.c_str());
-    WideString wide;
-    BytesToWide(narrow.c_str(), wide, Utf8CodePage);
-    Require(wide.size() == text.size());  // A lone surrogate becomes one unit, too.
-    BytesToWide(std::string(reinterpret_cast<const char *>(data), size).c_str(), wide,
-                Utf8CodePage);
-    Require(wide.size() <= size || wide.size() == text.size());
+    if (!text.empty()) {
+        CompareUtf8WithIconv(text, {reinterpret_cast<const char *>(data), size});
+    }
     return 0;
 }

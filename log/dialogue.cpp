@@ -4,12 +4,13 @@
 #include <utility>
 
 #include "log/trace_rows.h"
+#include "platform/ascii.h"
 
 namespace SMTPClientNS {
 namespace {
 
 constexpr const char *HiddenRow = "C: ****\n";
-constexpr std::string_view AuthCommand = "AUTH ";
+constexpr std::string_view AuthCommand = "auth ";
 constexpr std::string_view QuitCommand = "QUIT";
 constexpr std::string_view HiddenInitialResponse = " ****";
 constexpr std::string_view TunnelCommand = "CONNECT ";
@@ -21,9 +22,7 @@ std::string_view WithoutLineEnd(std::string_view line) {
 }
 
 bool StartsLogin(std::string_view line) {
-    const std::string_view head = line.substr(0, AuthCommand.size());
-    return std::equal(head.begin(), head.end(), AuthCommand.begin(), AuthCommand.end(),
-                      [](char said, char upper) { return (said & ~0x20) == (upper & ~0x20); });
+    return FoldsTo(line.substr(0, AuthCommand.size()), AuthCommand);
 }
 
 /// libcurl's own idea of an answer within a login: a code, then a blank or the line's end. It goes

@@ -4,12 +4,13 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/ascii.h"
 #include "platform/text_types.h"
 
 namespace SMTPClientNS {
 namespace {
 
-constexpr std::u16string_view TagName = u"img";
+constexpr std::string_view TagName = "img";
 constexpr std::u16string_view ContentIdScheme = u"cid:";
 
 /// Where the path of an image tag lies in its chunk.
@@ -18,20 +19,8 @@ struct QuotedValue {
     std::size_t length;
 };
 
-char16_t FoldAscii(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-}
-
 bool StartsWithTagName(std::u16string_view text) {
-    if (text.size() < TagName.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < TagName.size(); ++i) {
-        if (FoldAscii(text[i]) != TagName[i]) {
-            return false;
-        }
-    }
-    return true;
+    return FoldsTo(text.substr(0, TagName.size()), TagName);
 }
 
 /// chunk ends in its only `>`; both quotes have to stand before it. Searches stay inside the chunk,

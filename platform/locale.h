@@ -9,6 +9,10 @@ namespace SMTPClientNS {
 /// or LANG, the first that is set; empty for "C" and "POSIX", and if none is set.
 WideString UserLocaleName();
 
+/// The codeset of the user's texts, as the system spells it. From LC_ALL, LC_CTYPE or LANG, without
+/// a change to the locale of the process; empty for "C" and "POSIX", and if none is set or named.
+NarrowString UserCodeset();
+
 }  // namespace SMTPClientNS
 
 #endif  // PLATFORM_LOCALE_H

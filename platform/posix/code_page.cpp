@@ -1,52 +1,40 @@
 #include "platform/code_page.h"
 
-#include <iconv.h>
-#include <langinfo.h>
-#include <strings.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <clocale>
-#include <cstdlib>
 #include <cstring>
 
+#include "platform/ascii.h"
+#include "platform/iconv_descriptor.h"
+#include "platform/locale.h"
 #include "platform/never_destroyed.h"
 #include "platform/process.h"
+#include "platform/utf8.h"
 
 namespace SMTPClientNS {
 namespace {
 
-constexpr const char *Utf8Name = "UTF-8";
 constexpr const char *Utf16Name = "UTF-16LE";
-constexpr std::string_view ReplacementUtf8 = "\xEF\xBF\xBD";
+constexpr std::string_view DefaultCharacter = "?";
 constexpr std::string_view ReplacementUtf16 = "\xFD\xFF";
 
 class CConversion {
 public:
-    CConversion(const char *to, const char *from) : descriptor(::iconv_open(to, from)) {}
-    ~CConversion() {
-        if (IsOpen()) {
-            ::iconv_close(descriptor);
-        }
-    }
-    CConversion(const CConversion &) = delete;
-    CConversion &operator=(const CConversion &) = delete;
+    CConversion(const char *to, const char *from) : descriptor(to, from) {}
 
-    bool IsOpen() const {
-        return descriptor != reinterpret_cast<iconv_t>(-1);  // NOLINT(*-int-to-ptr): iconv's own
-    }
+    bool IsOpen() const { return descriptor.IsOpen(); }
 
     /// Converts all of input. faultLength tells how many bytes to replace at a place that cannot
     /// be converted.
     ///
-    /// At a fault the C library converts again all that it was offered before: behind one it is
-    /// offered little, or a text of nothing but faults would take a hundred times as long.
+    /// At a fault the C library converts again all that it was offered before. That is why little
+    /// is offered behind a fault: a text of nothing but faults would take a hundred times as long.
     template <typename FaultLength>
     NarrowString Run(std::string_view input, std::string_view replacement,
                      const FaultLength &faultLength) const {
         NarrowString output;
-        output.reserve(2 * input.size());  // Nothing stays behind where it would have grown.
+        output.reserve(2 * input.size());  // Growing would leave copies of secrets in freed memory.
         std::size_t window = LargestWindow;
         while (!input.empty()) {
             const std::string_view offered = input.substr(0, window);
@@ -78,19 +66,16 @@ private:
     /// One call of iconv. Without input it ends the text.
     StepResult Step(std::string_view input, NarrowString &output) const {
         std::array<char, LargestWindow> piece;
-        char *in = const_cast<char *>(input.data());  // iconv does not write to it.
-        std::size_t inLeft = input.size();
         char *out = piece.data();
         std::size_t outLeft = piece.size();
-        const bool failed = ::iconv(descriptor, in != nullptr ? &in : nullptr, &inLeft, &out,
-                                    &outLeft) == static_cast<std::size_t>(-1);
-        const int reason = failed ? errno : 0;
+        const int reason = input.empty() ? descriptor.Finish(out, outLeft)
+                                         : descriptor.Convert(input, out, outLeft);
         output.append(piece.data(), piece.size() - outLeft);
         WipeMemory(piece.data(), piece.size() - outLeft);  // It may be of a password.
-        return {inLeft, reason};
+        return {input.size(), reason};
     }
 
-    iconv_t descriptor;
+    CIconvDescriptor descriptor;
 };
 
 std::size_t WideFaultLength(std::string_view rest) {
@@ -114,70 +99,29 @@ WideString WideFromBytes(const NarrowString &bytes) {
     return text;
 }
 
-bool IsAscii(std::string_view bytes) {
-    return std::all_of(bytes.begin(), bytes.end(),
-                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-}
-
-bool IsAscii(std::u16string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
-}
-
-/// What the environment calls the user's locale for text; empty if it names none.
-NarrowString NamedLocale() {
-    for (const char *variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        const char *value = std::getenv(variable);
-        if (value != nullptr && *value != '\0') {
-            return value;
-        }
-    }
-    return {};
-}
-
-NarrowString CodesetOfName(const NarrowString &localeName) {
-    const std::size_t dot = localeName.find('.');
-    if (dot == NarrowString::npos) {
-        return Utf8Name;
-    }
-    return localeName.substr(dot + 1, localeName.find('@', dot) - dot - 1);
-}
-
-NarrowString FindCodeset() {
-    const NarrowString name = NamedLocale();
-    if (name.empty() || name == "C" || name == "POSIX") {
-        return Utf8Name;
-    }
-    const locale_t installed = ::newlocale(LC_CTYPE_MASK, "", nullptr);
-    if (installed == nullptr) {
-        return CodesetOfName(name);
-    }
-    NarrowString codeset = ::nl_langinfo_l(CODESET, installed);
-    ::freelocale(installed);
-    return codeset;
-}
-
-/// However it is spelled: "UTF-8", "utf8".
-bool IsUtf8Name(NarrowString codeset) {
-    codeset.erase(std::remove(codeset.begin(), codeset.end(), '-'), codeset.end());
-    return ::strcasecmp(codeset.c_str(), "utf8") == 0;
-}
-
 bool IconvKnows(const NarrowString &codeset) {
     return !codeset.empty() && CConversion(codeset.c_str(), Utf16Name).IsOpen() &&
            CConversion(Utf16Name, codeset.c_str()).IsOpen();
 }
 
 struct SystemCodePage {
-    NarrowString codeset = Utf8Name;
-    std::string_view replacement = ReplacementUtf8;
+    NarrowString codeset;    ///< Empty for UTF-8.
     bool keepsAscii = true;  ///< ASCII has the same bytes in it: most texts need no conversion.
+    bool dropsTags = false;  ///< iconv passes over the characters that IsTag tells.
 
     SystemCodePage() {
-        const NarrowString found = FindCodeset();
+        const NarrowString found = UserCodeset();
         if (IsUtf8Name(found) || !IconvKnows(found)) {
             return;
         }
         codeset = found;
+        keepsAscii = KeepsAscii();
+        const CConversion encoding(codeset.c_str(), Utf16Name);
+        dropsTags = encoding.Run(BytesOf(u"\U000E0041"), DefaultCharacter, WideFaultLength).empty();
+    }
+
+private:
+    bool KeepsAscii() const {
         NarrowString ascii;
         for (char byte = 1; byte < 0x7F; ++byte) {
             ascii += byte;
@@ -185,8 +129,7 @@ struct SystemCodePage {
         const CConversion decoding(Utf16Name, codeset.c_str());
         const WideString decoded =
             WideFromBytes(decoding.Run(ascii, ReplacementUtf16, ByteFaultLength));
-        keepsAscii = decoded == WideString(ascii.begin(), ascii.end());
-        replacement = "?";
+        return decoded == WideString(ascii.begin(), ascii.end());
     }
 };
 
@@ -195,13 +138,38 @@ const SystemCodePage &TheSystemCodePage() {
     return codePage.Get();
 }
 
-WideString Decode(const char *codeset, std::string_view bytes) {
-    const CConversion conversion(Utf16Name, codeset);
-    if (!conversion.IsOpen()) {  // Out of descriptors or memory: nothing is known of the bytes.
-        WideString undecoded(bytes.size(), u'\uFFFD');
-        return undecoded;
+/// U+E0000 to U+E007F, which the C library's iconv leaves out of the output without a word wherever
+/// the target lacks them.
+bool IsTag(char16_t unit, char16_t next) {
+    return unit == 0xDB40 && next >= 0xDC00 && next <= 0xDC7F;
+}
+
+/// U+FFFF in the place of each tag: no code page has it, so that the default character comes out.
+/// A lone surrogate would not do, since it might pair with its neighbour.
+WideString WithoutTags(std::u16string_view text) {
+    WideString changed;
+    changed.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isTag = i + 1 < text.size() && IsTag(text[i], text[i + 1]);
+        changed += isTag ? u'\xFFFF' : text[i];
+        i += isTag ? 1 : 0;
     }
-    return WideFromBytes(conversion.Run(bytes, ReplacementUtf16, ByteFaultLength));
+    return changed;
+}
+
+NarrowString EncodeLegacy(const SystemCodePage &codePage, std::u16string_view text) {
+    const CConversion conversion(codePage.codeset.c_str(), Utf16Name);
+    if (!conversion.IsOpen()) {  // Out of descriptors or memory.
+        NarrowString unconverted(text.size(), '?');
+        return unconverted;
+    }
+    if (!codePage.dropsTags || text.find(u'\xDB40') == std::u16string_view::npos) {
+        return conversion.Run(BytesOf(text), DefaultCharacter, WideFaultLength);
+    }
+    WideString changed = WithoutTags(text);
+    NarrowString bytes = conversion.Run(BytesOf(changed), DefaultCharacter, WideFaultLength);
+    WipeMemory(changed.data(), changed.size() * sizeof(char16_t));  // It may be of a password.
+    return bytes;
 }
 
 }  // namespace
@@ -211,27 +179,32 @@ NarrowString WideToSystemCodePage(std::u16string_view text) {
     if (codePage.keepsAscii && IsAscii(text)) {
         return {text.begin(), text.end()};
     }
-    const CConversion conversion(codePage.codeset.c_str(), Utf16Name);
-    if (!conversion.IsOpen()) {
-        NarrowString unconverted(text.size(), '?');
-        return unconverted;
+    if (!codePage.codeset.empty()) {
+        return EncodeLegacy(codePage, text);
     }
-    return conversion.Run(BytesOf(text), codePage.replacement, WideFaultLength);
+    NarrowString bytes(text.size() * LongestUtf8PerUnit, '\0');
+    bytes.resize(EncodeUtf8(text, bytes.data(), LoneSurrogate::Replace).written);
+    return bytes;
 }
 
 WideString SystemCodePageToWide(std::string_view bytes) {
     const SystemCodePage &codePage = TheSystemCodePage();
+    if (codePage.codeset.empty()) {
+        return DecodeUtf8(bytes);
+    }
     if (codePage.keepsAscii && IsAscii(bytes)) {
         return {bytes.begin(), bytes.end()};
     }
-    return Decode(codePage.codeset.c_str(), bytes);
+    const CConversion conversion(Utf16Name, codePage.codeset.c_str());
+    if (!conversion.IsOpen()) {  // Nothing is known of the bytes.
+        WideString undecoded(bytes.size(), u'\uFFFD');
+        return undecoded;
+    }
+    return WideFromBytes(conversion.Run(bytes, ReplacementUtf16, ByteFaultLength));
 }
 
 WideString Utf8ToWide(std::string_view bytes) {
-    if (IsAscii(bytes)) {
-        return {bytes.begin(), bytes.end()};
-    }
-    return Decode(Utf8Name, bytes);
+    return DecodeUtf8(bytes);
 }
 
 }  // namespace SMTPClientNS

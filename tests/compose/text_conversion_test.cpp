@@ -27,7 +27,7 @@ TEST(CharsetConverter, GivesCodesAndBytes) {
         // "utf-8" is strict until it fails, or another charset or spelling comes between.
         {{"utf-8", u"a\xD800z", -4, ""}, {"utf-8", u"a\xD800z", 1, "az"}},
         {{"utf-8", u"\xD800z", 1, ""}, {"utf-8", u"a\xD800", -4, ""}},
-        {{"utf-8", u"a", 1, "a"}, {"UTF-8", u"a\xD800", 1, "a"}, {"utf-8", u"a\xD800", 1, "a"}},
+        {{"utf-8", u"a", 1, "a"}, {"utf8", u"a\xD800", 1, "a"}, {"utf-8", u"a\xD800", 1, "a"}},
         {{"no-such-charset", u"a", -3, ""}, {"utf-8", u"a\xDC00", -4, ""}},
         {{longest, u"é\xD800", 1, "\xC3\xA9"}, {longest + " ", u"é", -3, ""}},
         // Each text starts unshifted.

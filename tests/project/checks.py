@@ -27,7 +27,7 @@ MAY_INCLUDE = {  # Beside standard headers and the folder itself.
     "async": LOG + " transport/curl_use.h client/prepare_send.h",
     "client": BASE + CURL + " compose/ message/ transport/ log/ async/",
 }
-ONE_PAIR = {("compose", "<curl/curl.h>"): "body_tree", ("compose", "<iconv.h>"): "charset_converter"}
+ONE_PAIR = {("compose", "<curl/curl.h>"): "body_tree", ("platform", "<iconv.h>"): "iconv_descriptor"}
 OPERATIONS = {
     "smtp_client.h": """Send SendAsync CancelAsync GetLogText SetLogFile GetLastLogEntry GetLastResult
         SetProxy GetProxyValue SetProxyEnabled IsProxyEnabled SetCompletionSink GetCompletionSink
