@@ -1,7 +1,7 @@
 #include "compose/header_block.h"
 
-#include <array>
-#include <cstdio>
+#include <cstdint>
+#include <optional>
 
 #include <smtpclient/mime_message.h>
 
@@ -23,7 +23,6 @@ constexpr const char *LowPriorityLine = "X-Priority: 4 \r\n";
 constexpr const char *HighPriorityLine = "X-Priority: 2 \r\n";
 constexpr const char *SubjectHead = "Subject: ";
 constexpr const char *MessageIdHead = "Message - ID: ";
-constexpr const char *GuidFormat = "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X";
 
 /// The reading operations of one address list.
 struct AddressList {
@@ -101,22 +100,36 @@ void AppendSubjectLine(const IMimeMessage &message, const NarrowString &charset,
     target += LineEnd;
 }
 
-NarrowString GuidText() {
+void AppendHex(std::uint32_t number, unsigned int digits, NarrowString &target) {
+    for (unsigned int left = digits; left > 0; --left) {
+        target += "0123456789ABCDEF"[number >> (4 * (left - 1)) & 0xFU];
+    }
+}
+
+/// In groups of 8, 4, 4, 4 and 12 digits.
+void AppendGuid(NarrowString &target) {
     const std::optional<Guid> guid = MakeGuid();
     if (!guid) {
-        return {};
+        return;
     }
-    const auto &tail = guid->data4;
-    std::array<char, 80> text = {};
-    std::snprintf(text.data(), text.size(), GuidFormat, guid->data1, guid->data2, guid->data3,
-                  tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
-    return text.data();
+    AppendHex(guid->data1, 8, target);
+    target += '-';
+    AppendHex(guid->data2, 4, target);
+    target += '-';
+    AppendHex(guid->data3, 4, target);
+    target += '-';
+    for (std::size_t i = 0; i < guid->data4.size(); ++i) {
+        if (i == 2) {
+            target += '-';
+        }
+        AppendHex(guid->data4[i], 2, target);
+    }
 }
 
 void AppendMessageIdLine(NarrowString &target) {
     target += MessageIdHead;
     target += '<';
-    target += GuidText();
+    AppendGuid(target);
     target += '@';
     target += ComputerName();
     target += '>';

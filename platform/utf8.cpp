@@ -8,7 +8,7 @@ namespace SMTPClientNS {
 namespace {
 
 constexpr char32_t Replacement = 0xFFFD;
-constexpr std::size_t BlockSize = 16;  // Units that are looked at together.
+constexpr std::size_t BlockSize = 32;  // Units that are looked at together.
 
 bool IsHighSurrogate(char32_t unit) {
     return (unit & 0xFC00U) == 0xD800;
@@ -41,13 +41,15 @@ char Continuation(char32_t bits) {
     return static_cast<char>(0x80U | (bits & 0x3FU));
 }
 
-/// A character of two or three bytes.
-char *PutUnit(char32_t unit, char *out) {
-    if (unit < 0x800) {
-        out[0] = static_cast<char>(0xC0U | unit >> 6U);
-        out[1] = Continuation(unit);
-        return out + 2;
-    }
+/// A character of two bytes.
+char *PutTwo(char32_t unit, char *out) {
+    out[0] = static_cast<char>(0xC0U | unit >> 6U);
+    out[1] = Continuation(unit);
+    return out + 2;
+}
+
+/// A character of three bytes.
+char *PutThree(char32_t unit, char *out) {
     out[0] = static_cast<char>(0xE0U | unit >> 12U);
     out[1] = Continuation(unit >> 6U);
     out[2] = Continuation(unit);
@@ -114,12 +116,14 @@ Utf8Encoding EncodeUtf8(std::u16string_view text, char *output, LoneSurrogate on
             continue;
         }
         ++in;
-        if (!IsHighSurrogate(unit) && !IsLowSurrogate(unit)) {
-            out = PutUnit(unit, out);
+        if (unit < 0x800) {
+            out = PutTwo(unit, out);
+        } else if (!IsHighSurrogate(unit) && !IsLowSurrogate(unit)) {
+            out = PutThree(unit, out);
         } else if (IsHighSurrogate(unit) && in != end && IsLowSurrogate(*in)) {
             out = PutPair(unit, *in++, out);
         } else if (onLone == LoneSurrogate::Replace) {
-            out = PutUnit(Replacement, out);
+            out = PutThree(Replacement, out);
         } else if (onLone == LoneSurrogate::Stop) {
             return {static_cast<std::size_t>(out - output), false};
         }
