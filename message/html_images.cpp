@@ -10,7 +10,7 @@
 namespace SMTPClientNS {
 namespace {
 
-constexpr std::string_view TagName = "img";
+constexpr std::u16string_view TagName = u"img";
 constexpr std::u16string_view ContentIdScheme = u"cid:";
 
 /// Where the path of an image tag lies in its chunk.

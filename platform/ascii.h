@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <type_traits>
 
 namespace SMTPClientNS {
 
@@ -13,10 +14,11 @@ constexpr Unit FoldAscii(Unit unit) {
 }
 
 /// Whether text is folded, but for capitals of ASCII in the place of small letters.
-template <typename Text>
-bool FoldsTo(const Text &text, std::string_view folded) {
+template <typename Unit>
+bool FoldsTo(std::basic_string_view<Unit> text,
+             std::common_type_t<std::basic_string_view<Unit>> folded) {
     return std::equal(text.begin(), text.end(), folded.begin(), folded.end(),
-                      [](auto unit, char letter) { return FoldAscii(unit) == letter; });
+                      [](Unit unit, Unit small) { return FoldAscii(unit) == small; });
 }
 
 /// Whether every byte or unit is below 128.

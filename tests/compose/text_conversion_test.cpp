@@ -46,20 +46,13 @@ TEST(CharsetConverter, GivesCodesAndBytes) {
 
 // iconv ends a call early, every few thousand units, if it has dropped something until then.
 TEST(CharsetConverter, ConvertsAllOfALongText) {
-    const Step cases[] = {{"ISO-8859-1", u"é\U0001F600", 1, "\xE9"},
-                          {"UTF-8", u"\xD800z", 1, "z"},
-                          {"UTF-8", u"\U0001F600\xDC00", 1, "\xF0\x9F\x98\x80"}};
-    for (const Step &c : cases) {
-        WideString text;
-        NarrowString expected;
-        for (int i = 0; i < 50000; ++i) {
-            text += c.text;
-            expected += c.bytes;
-        }
-        ConvertedText converted;
-        GetCharsetConverter().ConvertWideToCharset(c.charset, text.c_str(), converted);
-        EXPECT_TRUE(converted.Bytes() == expected) << c.charset << ": " << converted.size;
+    WideString text;
+    for (int i = 0; i < 50000; ++i) {
+        text += u"é\U0001F600";
     }
+    ConvertedText converted;
+    GetCharsetConverter().ConvertWideToCharset("ISO-8859-1", text.c_str(), converted);
+    EXPECT_TRUE(converted.Bytes() == NarrowString(50000, '\xE9')) << converted.size;
 }
 
 }  // namespace
