@@ -6,6 +6,7 @@
 #include <new>
 #include <string_view>
 
+#include "platform/ascii.h"
 #include "platform/file.h"
 
 namespace SMTPClientNS {
@@ -23,20 +24,13 @@ constexpr std::array<std::u16string_view, 10> ExtensionsKnownToCurl = {
 /// A value that CURLOPT_READFUNCTION cannot mean: libcurl ends the transfer with CURLE_READ_ERROR.
 constexpr auto ReadFailed = static_cast<std::size_t>(-1);
 
-char16_t FoldAscii(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-}
-
-bool EndsIn(std::u16string_view path, std::u16string_view extension) {
-    const std::u16string_view end =
-        path.substr(path.size() - std::min(path.size(), extension.size()));
-    return std::equal(end.begin(), end.end(), extension.begin(), extension.end(),
-                      [](char16_t unit, char16_t lower) { return FoldAscii(unit) == lower; });
-}
-
 bool IsTypeKnownToCurl(const WideString &path) {
+    const std::u16string_view name = path;
     return std::any_of(ExtensionsKnownToCurl.begin(), ExtensionsKnownToCurl.end(),
-                       [&path](std::u16string_view extension) { return EndsIn(path, extension); });
+                       [name](std::u16string_view extension) {
+                           return name.size() >= extension.size() &&
+                                  FoldsTo(name.substr(name.size() - extension.size()), extension);
+                       });
 }
 
 /// curl_read_callback; file is the CEncodedFile.
