@@ -11,9 +11,7 @@
 namespace SMTPClientNS {
 namespace {
 
-constexpr pthread_mutex_t FreeMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
-
-pthread_mutex_t firstUseMutex = FreeMutex;
+pthread_mutex_t firstUseMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 std::atomic<std::uint32_t> forkGeneration{0};
 
@@ -26,8 +24,13 @@ void GoOnInParent() noexcept {
 }
 
 void StartInChild() noexcept {
-    // The mutex is this thread's, but under the id that it had in the parent.
-    firstUseMutex = FreeMutex;
+    // The mutex is held by this thread, but under the id that it had in the parent, so that it
+    // cannot be unlocked. Nobody else is here to hold it.
+    pthread_mutexattr_t recursive;
+    ::pthread_mutexattr_init(&recursive);
+    ::pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
+    ::pthread_mutex_init(&firstUseMutex, &recursive);
+    ::pthread_mutexattr_destroy(&recursive);
     forkGeneration.fetch_add(1);
 }
 
