@@ -59,6 +59,8 @@ std::int32_t PrepareSend(SendHandles &handles, const ISmtpClient *client) {
     if (!use.IsGranted() || client == nullptr || !IsComplete(handles)) {
         return NothingToSend;
     }
+    handles.sharesTrust =
+        client->GetUseTls() && client->GetVerifyPeer() != 0 && !client->GetVerifyStatus();
     std::int32_t result = ApplyConnectionOptions(handles.easyHandle.get(), client);
     if (result == CURLE_OK) {
         result = ApplyEnvelope(handles, *client);

@@ -43,6 +43,7 @@ std::int32_t CSmtpClientWrapper::Prepare(std::optional<CRunningSend> &running) {
         MakeSendHandles(sendHandles);
         ClearLogStores(log);
         trace.SwitchOn(sendHandles.easyHandle.get());
+        sendHandles.trace = {&CTransferTrace::TraceCallback, &trace};
         return PrepareSend(sendHandles, this);
     } catch (const std::bad_alloc &) {
         return CURLE_OUT_OF_MEMORY;

@@ -65,6 +65,8 @@ void ReleaseSendHandles(SendHandles &handles) {
     handles.senderAddress.clear();
     handles.files.clear();
     handles.encodedFiles.clear();
+    handles.sharesTrust = false;
+    handles.trace = {};
 }
 
 }  // namespace SMTPClientNS

@@ -9,6 +9,7 @@
 #include "compose/encoded_file.h"
 #include "platform/text_types.h"
 #include "transport/curl_handles.h"
+#include "transport/trust_store.h"
 
 namespace SMTPClientNS {
 
@@ -31,6 +32,8 @@ struct SendHandles {
     std::vector<FilePart> files;   ///< What is read during the transfer.
     /// Parts of the tree point to them; made when the transfer starts.
     std::deque<CEncodedFile> encodedFiles;
+    bool sharesTrust = false;  ///< The transfer may use a CSharedTrust.
+    TraceTarget trace;         ///< Where what libcurl reports goes.
 
     SendHandles() = default;
     ~SendHandles();

@@ -7,6 +7,7 @@
 #include "client/file_parts.h"
 #include "platform/socket.h"
 #include "transport/curl_use.h"
+#include "transport/trust_store.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -52,6 +53,10 @@ std::int32_t PerformTransfer(SendHandles &handles,
         return refusal;
     }
     CURL *const easy = handles.easyHandle.get();
+    CSharedTrust trust;
+    if (handles.sharesTrust) {
+        trust.ApplyTo(easy, TrustPlacesOf(easy), handles.trace);
+    }
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &OpenConnection);
     curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &StopIfRequested);
     curl_easy_setopt(easy, CURLOPT_XFERINFODATA, stopRequested);

@@ -110,6 +110,9 @@ FAILURES = [
     ("TLS 1.0, with which GnuTLS succeeds", {"SetTlsVersion": 1}, 35, -8, 0, 1),
     ("certificate of a stranger", {"SetPort": servers.UNTRUSTED, **CHECKED}, 60, -9),
     ("certificate expired", {"SetPort": servers.EXPIRED, **CHECKED}, 60, -9),
+    ("authority taken from the list", {"trust": "/etc/interop/stranger.pem", **CHECKED}, 60, -9),
+    ("no authority in the list", {"trust": "/dev/null", **CHECKED}, 77, -1, 60, -9),
+    ("authority back in the list, a success", {"trust": "/etc/interop/ca.pem", **CHECKED}, 0, 1),
     ("certificate for another host", {"SetHost": OTHER_HOST, **CHECKED}, 60, -9),
     ("server silent", {"SetPort": servers.SILENT, "SetConnectTimeout": 2}, 28, -11),
     *[(f"wrong password, {name}", {"SetPort": port, "SetPassword": "no"}, 67, -12)
@@ -242,6 +245,8 @@ class Suite:
                               for name, value in settings.items()] + operations:
             if name == "remove":
                 os.remove(*values)
+            elif name == "trust":
+                shutil.copyfile(*values, "/etc/ssl/certs/ca-certificates.crt")
             else:
                 (client if name in client.places else message).call(name, *values)
         code = client.call("Send")
@@ -292,6 +297,8 @@ def main(flavour, library, packages):
         shape = SHAPES[settings.pop("shape", "text")]
         found = suite.send({k: v for k, v in settings.items() if v is not None}, shape)
         suite.check(cause, tuple(codes[-2:] if flavour == "gnutls" else codes[:2]), found)
+    trace = pathlib.Path(f"{servers.LOGS}/library.log").read_text(errors="replace")
+    suite.check("file of the authorities told", False, " CAfile: none\n" in trace)
     print(f"{flavour}: {suite.rows - suite.failed} of {suite.rows} checks passed in "
           f"{time.monotonic() - start:.0f} s")
     return int(suite.failed > 0)

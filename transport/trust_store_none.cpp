@@ -1,0 +1,10 @@
+#include "transport/trust_store.h"
+
+namespace SMTPClientNS {
+
+CSharedTrust::~CSharedTrust() = default;
+
+void CSharedTrust::ApplyTo(CURL * /*handle*/, const TrustPlaces & /*places*/,
+                           TraceTarget /*traceTarget*/) noexcept {}
+
+}  // namespace SMTPClientNS
