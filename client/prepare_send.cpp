@@ -59,6 +59,9 @@ std::int32_t PrepareSend(SendHandles &handles, const ISmtpClient *client) {
     if (!use.IsGranted() || client == nullptr || !IsComplete(handles)) {
         return NothingToSend;
     }
+    if (client->GetUseTls()) {
+        StartTls();
+    }
     handles.sharesTrust =
         client->GetUseTls() && client->GetVerifyPeer() != 0 && !client->GetVerifyStatus();
     std::int32_t result = ApplyConnectionOptions(handles.easyHandle.get(), client);

@@ -8,6 +8,7 @@
 
 #include "platform/first_use.h"
 #include "platform/process.h"
+#include "transport/trust_store.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -19,6 +20,7 @@ constexpr std::chrono::milliseconds PollInterval(1);
 
 // Atomics rather than a lock: another thread may hold a lock at the moment of a fork.
 std::atomic<bool> started{false};
+std::atomic<bool> tlsStarted{false};
 std::atomic<bool> processEnding{false};
 std::atomic<int> uses{0};
 thread_local int usesOfThisThread = 0;
@@ -43,6 +45,13 @@ void StopTransfers() noexcept {
     }
 }
 
+/// A tree of MIME parts asks for random numbers, whose source is made at its first use.
+void MakeFirstTree() noexcept {
+    CURL *const easy = curl_easy_init();
+    curl_mime_free(curl_mime_init(easy));
+    curl_easy_cleanup(easy);
+}
+
 /// False if libcurl has no memory to start; the next call tries again.
 bool InitialiseOnce() noexcept {
     if (started.load()) {
@@ -50,6 +59,7 @@ bool InitialiseOnce() noexcept {
     }
     const CFirstUse firstUse;
     if (!started.load() && curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK) {
+        MakeFirstTree();
         OnForkInChild(ForgetUsesOfOtherThreads);
         // Registered after curl_global_init: exit handlers run in reverse order.
         OnProcessExit(StopTransfers);
@@ -70,6 +80,17 @@ CCurlUse::CCurlUse() noexcept {
 CCurlUse::~CCurlUse() {
     uses.fetch_sub(1);
     --usesOfThisThread;
+}
+
+void StartTls() noexcept {
+    if (tlsStarted.load()) {
+        return;
+    }
+    const CFirstUse firstUse;
+    if (!tlsStarted.load()) {
+        WarmUpTls();
+        tlsStarted.store(true);
+    }
 }
 
 bool IsProcessEnding() noexcept {

@@ -24,6 +24,10 @@ struct TrustPlaces {
 /// The places that libcurl was built with.
 TrustPlaces TrustPlacesOf(CURL *handle) noexcept;
 
+/// Has the TLS library make now what it would make for its first connection. Does nothing where that
+/// is not the OpenSSL that this library was built for.
+void WarmUpTls() noexcept;
+
 /// The trusted certificates, for the length of one transfer that checks its server's certificate.
 ///
 /// libcurl parses the whole file for every connection, which takes longer than all the rest of a

@@ -2,6 +2,8 @@
 
 namespace SMTPClientNS {
 
+void WarmUpTls() noexcept {}
+
 CSharedTrust::~CSharedTrust() = default;
 
 void CSharedTrust::ApplyTo(CURL * /*handle*/, const TrustPlaces & /*places*/,

@@ -94,11 +94,13 @@ Store GetStore(const TrustPlaces &places) {
 }
 
 /// Objects may pass between two copies of OpenSSL only if they are one and the same.
-bool HasCurlThisOpenSsl() {
-    const curl_version_info_data *const curl = curl_version_info(CURLVERSION_NOW);
-    const NarrowString ours = NarrowString("OpenSSL/") + OpenSSL_version(OPENSSL_VERSION_STRING);
-    const NarrowString used = curl->ssl_version != nullptr ? curl->ssl_version : "";
-    return used.substr(0, used.find(' ')) == ours;
+bool HasCurlThisOpenSsl() noexcept {
+    constexpr std::string_view Name = "OpenSSL/";
+    const char *const told = curl_version_info(CURLVERSION_NOW)->ssl_version;
+    std::string_view used = told != nullptr ? told : "";  // Others may follow, behind a blank.
+    used = used.substr(0, used.find(' '));
+    return used.substr(0, Name.size()) == Name &&
+           used.substr(Name.size()) == OpenSSL_version(OPENSSL_VERSION_STRING);
 }
 
 /// Whether a traced transfer can do without the file unnoticed. Known of libcurl 7.88, with which
@@ -112,6 +114,18 @@ bool AreLinesKnown(const TrustPlaces &places) {
 constexpr const char *LineWithoutFile = " CAfile: none\n";
 
 }  // namespace
+
+void WarmUpTls() noexcept {
+    if (!HasCurlThisOpenSsl()) {
+        return;
+    }
+    // The context looks up every algorithm of TLS, and the table of those is filled by that.
+    SSL_CTX *const context = SSL_CTX_new(TLS_client_method());
+    if (context != nullptr) {
+        SSL_free(SSL_new(context));
+        SSL_CTX_free(context);
+    }
+}
 
 void CSharedTrust::ApplyTo(CURL *handle, const TrustPlaces &places,
                            TraceTarget traceTarget) noexcept try {
