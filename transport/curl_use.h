@@ -29,8 +29,8 @@ private:
     bool granted = false;
 };
 
-/// Makes the TLS library's first use of the process, unless it has been made: inside a CCurlUse, for
-/// a send that will need TLS.
+/// Makes the TLS library's first use of the process, unless it has been made: inside a CCurlUse,
+/// for a send that will need TLS.
 void StartTls() noexcept;
 
 /// The process is ending: a running transfer has to stop.

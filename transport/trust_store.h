@@ -24,8 +24,8 @@ struct TrustPlaces {
 /// The places that libcurl was built with.
 TrustPlaces TrustPlacesOf(CURL *handle) noexcept;
 
-/// Has the TLS library make now what it would make for its first connection. Does nothing where that
-/// is not the OpenSSL that this library was built for.
+/// Has the TLS library make now what it would make for its first connection. Does nothing where
+/// that is not the OpenSSL that this library was built for.
 void WarmUpTls() noexcept;
 
 /// The trusted certificates, for the length of one transfer that checks its server's certificate.
