@@ -11,41 +11,42 @@
 namespace SMTPClientNS {
 namespace {
 
-pthread_mutex_t firstUseMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+// Neither recursive nor checking its owner, whose id is another in the child of a fork: the child
+// could not unlock it.
+pthread_mutex_t firstUseMutex = PTHREAD_MUTEX_INITIALIZER;
+thread_local int firstUsesOfThisThread = 0;
 
 std::atomic<std::uint32_t> forkGeneration{0};
 
-void WaitForFirstUse() noexcept {
-    ::pthread_mutex_lock(&firstUseMutex);
+void EnterFirstUse() noexcept {
+    if (firstUsesOfThisThread++ == 0) {
+        ::pthread_mutex_lock(&firstUseMutex);
+    }
 }
 
-void GoOnInParent() noexcept {
-    ::pthread_mutex_unlock(&firstUseMutex);
+void LeaveFirstUse() noexcept {
+    if (--firstUsesOfThisThread == 0) {
+        ::pthread_mutex_unlock(&firstUseMutex);
+    }
 }
 
 void StartInChild() noexcept {
-    // The mutex is held by this thread, but under the id that it had in the parent, so that it
-    // cannot be unlocked. Nobody else is here to hold it.
-    pthread_mutexattr_t recursive;
-    ::pthread_mutexattr_init(&recursive);
-    ::pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
-    ::pthread_mutex_init(&firstUseMutex, &recursive);
-    ::pthread_mutexattr_destroy(&recursive);
+    LeaveFirstUse();
     forkGeneration.fetch_add(1);
 }
 
 // Made when the library is loaded: any later, a fork might come first.
 [[maybe_unused]] const int watchingForks =
-    ::pthread_atfork(WaitForFirstUse, GoOnInParent, StartInChild);
+    ::pthread_atfork(EnterFirstUse, LeaveFirstUse, StartInChild);
 
 }  // namespace
 
 CFirstUse::CFirstUse() noexcept {
-    ::pthread_mutex_lock(&firstUseMutex);
+    EnterFirstUse();
 }
 
 CFirstUse::~CFirstUse() {
-    ::pthread_mutex_unlock(&firstUseMutex);
+    LeaveFirstUse();
 }
 
 std::uint32_t ForkGeneration() noexcept {
