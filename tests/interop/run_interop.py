@@ -307,4 +307,10 @@ def main(flavour, library, packages):
 if __name__ == "__main__":
     if os.getpid() != 1:
         sys.exit("needs namespaces of its own: it mounts over /usr, /etc and /var")
-    sys.exit(main(*sys.argv[1:]))
+    status = 1
+    try:
+        status = main(*sys.argv[1:])
+    finally:
+        if status != 0:
+            servers.show_logs()
+    sys.exit(status)

@@ -14,7 +14,8 @@ import threading
 import time
 
 BOXES = pathlib.Path("/mnt/boxes")
-LOGS = "/var/log/interop"
+LOGS = pathlib.Path("/var/log/interop")
+SHOWN_LINES = 30
 HOST, OTHER_HOST, PROXY_ONLY_HOST = "mail.example.test", "other.example.test", "inside.example.test"
 USER, PASSWORD, TOKEN, OLD_TOKEN = "user", "secret", "good-token", "old-token"
 
@@ -37,7 +38,8 @@ PROXY_COMMANDS = [f"microsocks -i 127.0.0.1 -p {MICROSOCKS}",
                   "danted -f /mnt/dante.conf", "danted -f /mnt/dante-login.conf"]
 
 
-# This process starts in namespaces of its own; here they get their loopback and their files.
+# This process starts in namespaces of its own; here they get their loopback and their files. What a
+# server keeps in /var/lib and /var/spool is hidden: one that is installed here has other owners.
 def prepare(packages, users):
     with socket.socket() as any_socket:  # SIOCSIFFLAGS with IFF_UP | IFF_RUNNING
         fcntl.ioctl(any_socket, 0x8914, struct.pack("16sH14x", b"lo", 0x41))
@@ -46,6 +48,9 @@ def prepare(packages, users):
             mkdir -p over/$name work/$name && mount -t overlay overlay /$name -o \
                 lowerdir={packages}/system/$name:/$name,upperdir=over/$name,workdir=work/$name \
                 || exit
+        done
+        for name in $(cd {packages}/system && echo var/lib/* var/spool/*); do
+            mount -t tmpfs tmpfs /$name && cp -a {packages}/system/$name/. /$name || exit
         done
         mkdir tokens""", shell=True, check=True)
     system = pathlib.Path(__file__).parent / "system"
@@ -108,6 +113,13 @@ def start():
     for port in [*POSTFIX_PORTS, EXIM, *OTHER_PORTS, *PROXY_PORTS, *TLS_BEHIND.values()]:
         if not wait_for(lambda: socket.socket().connect_ex(("127.0.0.1", port)) == 0):
             raise RuntimeError(f"no server at port {port}")
+
+
+# The end of each: they are gone with the namespaces.
+def show_logs():
+    for log in sorted(LOGS.glob("*")):
+        lines = log.read_text(errors="replace").splitlines()[-SHOWN_LINES:]
+        print(f"--- {log.name}", *lines, sep="\n", flush=True)
 
 
 # False if it is not done within half a minute.
