@@ -10,13 +10,13 @@ is_installed() {
 }
 
 purpose=${1:?purpose}
-packages=(g++ cmake ninja-build)
+packages=(g++ cmake ninja-build pkg-config)
 # Debian's other flavours of libcurl do as well; they and this one throw each other out.
 if ! is_installed libcurl4-gnutls-dev && ! is_installed libcurl4-nss-dev; then
     packages+=(libcurl4-openssl-dev libssl-dev)
 fi
 server=(python3-aiosmtpd openssl ca-certificates)
-tests=(libgtest-dev "${server[@]}" locales pkg-config libglib2.0-dev)
+tests=(libgtest-dev "${server[@]}" locales libglib2.0-dev)
 case $purpose in
     build) ;;
     demo) packages+=("${server[@]}") ;;
