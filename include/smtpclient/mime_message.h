@@ -26,7 +26,8 @@ enum ResetKind : std::int32_t {
 };
 
 /// What IMimeMessage::LoadBodyFromFile takes the file for: the body it fills, how the file is
-/// encoded, and whether the pictures that its HTML names are to travel in the mail.
+/// encoded, and whether the pictures that its HTML names are to travel in the mail. For the system
+/// code page see smtpclient.h.
 enum BodyFileMode : std::int32_t {
     BodyTextSystem = 0,            ///< Plain text, in the system code page.
     BodyTextUtf8 = 1,              ///< Plain text, in UTF-8.
@@ -71,7 +72,7 @@ public:
     /// Appends a recipient to the To list.
     ///
     /// address  refused unless it holds an `@` that is neither its first nor its last unit; nothing
-    ///          else is looked at.
+    ///          else is looked at. For a domain outside ASCII see smtpclient.h.
     /// name     display name; null and empty mean none.
     ///
     /// Returns the new length of the list, or -1 for a refused or null address; then nothing
@@ -103,8 +104,9 @@ public:
     virtual std::int32_t GetAttachmentCount() const = 0;
     virtual const char16_t *GetAttachment(std::uint32_t index) const = 0;
 
-    /// Appends a picture that the HTML body shows as "cid:" followed by id (RFC 2392). It is read
-    /// as an attachment is.
+    /// Appends a picture that the HTML body names as "cid:" followed by id (RFC 2392). It is read
+    /// as an attachment is. It stands beside the body, not within it, and many readers show it
+    /// below (docs/what-arrives.md).
     ///
     /// id  the Content-ID, without angle brackets. A picture without one is stored and counted,
     ///     but not sent; nor is any picture of a mail without an HTML body.
@@ -127,14 +129,27 @@ public:
     virtual void SetPriority(std::int32_t value) = 0;
     virtual std::int32_t GetPriority() const = 0;
 
-    /// Null counts as empty.
+    /// Null counts as empty. Of words outside ASCII with blanks between them some readers show the
+    /// first alone (docs/what-arrives.md).
     virtual void SetSubject(const char16_t *text) = 0;
     virtual const char16_t *GetSubject() const = 0;
 
     /// The charset of both bodies and of encoded header text (RFC 2047): any name that iconv knows.
-    /// "UTF-8" in a new message. Characters that the charset lacks are dropped. The name is not
-    /// tested here; with one that iconv does not know, bodies arrive empty. Null and empty are
-    /// ignored.
+    /// "UTF-8", in capitals, in a new message, and the one to use. Null and empty are ignored.
+    /// Characters that the charset lacks are dropped. Other losses are:
+    ///
+    /// a name that iconv does not know  is not refused: bodies arrive empty, display names outside
+    ///     ASCII are missing, and a subject ends ahead of its first word outside ASCII. A message
+    ///     box tells of each name and subject (SmtpClientSetMessageBox); the send's result is 1.
+    /// "utf-8"  where a thread has used no other spelling before, a text with a lone surrogate
+    ///     fails like one in an unknown charset. "UTF-8" drops the surrogate.
+    /// UTF-16, UTF-32, UCS-2, UCS-4  bodies and display names end at their first 0 byte: of "hello"
+    ///     at most the "h" arrives.
+    /// BIG5-HKSCS, EUC-JISX0213, SHIFT_JISX0213, ISO-2022-JP-3, TSCII, UTF-7  what iconv holds back
+    ///     until it sees the next character is not sent: a text may lose its last. A body with CR
+    ///     LF at its end does not.
+    /// ISO-2022-JP, ISO-2022-KR, ISO-2022-CN  a text that does not end in ASCII lacks the return to
+    ///     it, which readers forgive.
     virtual void SetCharset(const char16_t *text) = 0;
     virtual const char16_t *GetCharset() const = 0;
 
@@ -144,10 +159,11 @@ public:
     ///       taken for a path, added as picture with the path as id, and given a "cid:" in front.
     ///       Relative paths count from the process's working directory.
     ///
-    /// Reports nothing. The body stays as it was if the file is missing, empty, not a regular file,
-    /// 4 GiB or larger, locked exclusively (flock) by another, or cannot be read; a mode with the
-    /// image scan then scans the HTML body that is there. A byte order mark becomes part of the
-    /// text.
+    /// Reports nothing. The body stays as it was, and is not scanned, if the file is missing, not a
+    /// regular file, 4 GiB or larger, locked exclusively (flock) by another, or cannot be read. It
+    /// also stays if the file has no text, being empty or beginning with a zero byte; then a mode
+    /// with the image scan scans the HTML body that is there, once more if it was scanned before. A
+    /// byte order mark becomes part of the text.
     virtual void LoadBodyFromFile(const char16_t *path, std::int32_t mode) = 0;
 
     /// The HTML body, sent as it stands: line ends have to be CR LF. Null counts as empty, and an

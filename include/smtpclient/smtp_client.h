@@ -73,7 +73,7 @@ constexpr std::int32_t LastResultNone = 999;
 ///
 /// Text is UTF-16, 0-terminated. What is passed in is copied before the call returns. What is
 /// returned belongs to the client, is never null, and holds until the field is set again or the
-/// client ends.
+/// client ends. It is sent in the system code page (smtpclient.h).
 ///
 /// Where memory runs out, an operation that takes or gives text throws std::bad_alloc and leaves
 /// its field as it was; Send and SendAsync never throw, but a mail may then go without a part of
@@ -89,6 +89,10 @@ public:
     /// of time but SetConnectTimeout, libcurl's own 120 s for each answer of the server, and as
     /// much for the answer to QUIT after a refusal; none at all while the server takes the mail's
     /// text.
+    ///
+    /// Meanwhile libcurl's remarks go to the standard error stream: 4 lines for a mail without TLS,
+    /// some 20 with it. The connection stays open behind a success, with up to three descriptors,
+    /// until the client's next Send or its end; it is not used again.
     virtual std::int32_t Send() = 0;
 
     /// Composes the mail now and sends it in the background; the sink is told of the end.
@@ -99,6 +103,9 @@ public:
     /// Where memory runs out before the send is queued, the call returns -1 and nothing is sent.
     /// Where the system gives no thread, sends stay queued, unreported, until a later SendAsync
     /// gets one.
+    ///
+    /// Nothing goes to the standard error stream, and no log is kept: the server's own words, which
+    /// GetLogText has after a Send, are lost, and the sink is told the ResultCode and its message.
     ///
     /// Sends of one client run one after the other. The reports come on the thread of the
     /// client's first SendAsync, when that thread dispatches its events (host_platform.h).
@@ -112,7 +119,9 @@ public:
 
     /// The dialogue of the last Send, one line for each row that the server ("S: ") or the client
     /// ("C: ") said, closed by a line with the result and the server's own words. Fit to be shown:
-    /// neither credentials nor the mail's text are in it. Empty before the first Send.
+    /// neither credentials nor the mail's text are in it. Empty before the first Send;
+    /// GetLastResult is ResultGeneralError then, and SetLogFile writes at once, as if a Send had
+    /// failed.
     ///
     /// The text holds until the next call of a log operation on this client.
     virtual const char16_t *GetLogText() = 0;
@@ -123,9 +132,11 @@ public:
     /// path    null: the call does nothing. Empty: no log file, which is the default.
     /// append  true adds each send to the end of the file, which is the default; false replaces it.
     ///
-    /// After a Send, its log is written at once, so that a failed send can still be logged, until
-    /// any client of the process sends again. Several clients name their files before they send. A
-    /// file that cannot be opened, is locked (flock) or is full loses its log without a report.
+    /// On a client that has not sent, the call only stores. After a Send, its log is written at
+    /// once, so that a failed send can still be logged: until any client of the process sends
+    /// again, or GetLogText or SetLogFile of another client takes the trace into that one's log.
+    /// Several clients name their files before they send. A file that cannot be opened, is locked
+    /// (flock) or is full loses its log without a report.
     virtual void SetLogFile(const char16_t *path, bool append) = 0;
 
     /// The closing line of GetLogText: how the last Send ended. Shares its buffer with GetLogText:
@@ -134,7 +145,8 @@ public:
 
     /// The internal result of the last Send: 0 for success, LastResultNone before the first, else
     /// what stopped it, a libcurl code (CURLcode) or -1 (no message), -2 (no sender), -3 (no
-    /// recipients). Once the log has been written, the ResultCode takes the place of a failure.
+    /// recipients). The ResultCode takes the place of a failure once a log has been formed: by a
+    /// Send with a log file, by SetLogFile or by GetLogText. Background sends change nothing here.
     virtual std::int32_t GetLastResult() const = 0;
 
     /// Sets a SOCKS proxy and switches it on.
@@ -206,7 +218,7 @@ public:
     virtual const char16_t *GetBearerToken() const = 0;
 
     /// Server name or address. Null is ignored. Taken as it comes into a URL: not for a stranger's
-    /// text.
+    /// text. For a name outside ASCII see smtpclient.h.
     virtual void SetHost(const char16_t *text) = 0;
     virtual const char16_t *GetHost() const = 0;
 
