@@ -1,22 +1,72 @@
+#include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
+#include <vector>
 
 #include "fuzz/fuzz_input.h"
 
-/// Runs every file of the folders on the command line.
-int main(int count, char **folders) {
-    int runs = 0;
-    for (int i = 1; i < count; ++i) {
-        for (const auto &entry : std::filesystem::directory_iterator(folders[i])) {
-            std::ifstream file(entry.path(), std::ios::binary);
-            const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()),
-                                   bytes.size());
-            ++runs;
-        }
+namespace {
+
+constexpr std::size_t LongestInput = 600;
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// The number of the run that is under way, for whoever looks at a core or a sanitizer's report:
+/// the runs are the same ones each time.
+volatile unsigned long runNumber = 0;
+
+void Run(const Bytes &input) {
+    runNumber = runNumber + 1;
+    LLVMFuzzerTestOneInput(input.data(), input.size());
+}
+
+void TellRun(int /*signal*/) {
+    std::fprintf(stderr, "in run %lu\n", runNumber);
+}
+
+std::vector<Bytes> StoredInputs(const char *folder) {
+    std::vector<Bytes> inputs;
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
-    std::printf("%d inputs\n", runs);
-    return runs > 0 ? 0 : 1;
+    return inputs;
+}
+
+/// Part of a stored input with some bytes changed, behind some that are not.
+Bytes Mutated(Bytes input, std::minstd_rand &random) {
+    input.resize(std::min(input.size(), random() % LongestInput));
+    for (auto changes = random() % 4; changes > 0 && !input.empty(); --changes) {
+        input[random() % input.size()] = static_cast<std::uint8_t>(random());
+    }
+    const std::size_t length = random() % 2 == 0 ? 0 : random() % LongestInput;
+    std::generate_n(std::back_inserter(input), length,
+                    [&random] { return static_cast<std::uint8_t>(random() >> 8U); });
+    return input;
+}
+
+}  // namespace
+
+/// replay FOLDER RANDOM-INPUTS: runs every file of the folder, then as many random inputs, the same
+/// ones each time.
+int main(int count, char **arguments) {
+    if (count != 3) {
+        return 2;
+    }
+    std::signal(SIGABRT, TellRun);
+    const std::vector<Bytes> stored = StoredInputs(arguments[1]);
+    for (const Bytes &input : stored) {
+        Run(input);
+    }
+    std::minstd_rand random(1);
+    const unsigned long randomInputs = std::stoul(arguments[2]);
+    for (unsigned long number = 0; number < randomInputs; ++number) {
+        Run(Mutated(stored[random() % stored.size()], random));
+    }
+    std::printf("%zu stored and %lu random inputs\n", stored.size(), randomInputs);
+    return 0;
 }

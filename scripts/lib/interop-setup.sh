@@ -14,7 +14,7 @@ set -euo pipefail
 mkdir -p "${1:?folder}"
 folder=$(realpath "$1")
 packages=(postfix exim4-daemon-light opensmtpd dovecot-core dovecot-submissiond microsocks
-    dante-server gir1.2-gmime-3.0 python3-gi libcurl3-gnutls libcurl4 libfaketime)
+    dante-server libcurl3-gnutls libcurl4 libfaketime)
 
 if [[ -e $folder/complete && ! $0 -nt $folder/complete ]]; then
     exit 0

@@ -67,9 +67,9 @@ const char *const WholeMail =
     "Bcc: d@example.org\r\nX-Priority: 2 \r\nSubject: <<SUBJECT>>\r\n\r\nMessage - ID: <ID>\r\n"
     "\r\n\r\n--B1\r\nContent-Type: multipart/alternative; boundary=B2\r\n"
     "Content-Disposition: inline\r\n\r\n--B2\r\nContent-Type: text/html; charset=<<CHARSET>>\r\n"
-    "Content-Transfer-Encoding: 8bit\r\n\r\n<p><<BODY>>\r\n"
+    "Content-Transfer-Encoding: 8bit\r\n\r\n<<HTML>>\r\n"
     "--B2\r\nContent-Type: text/plain; charset=<<CHARSET>>\r\n"
-    "Content-Transfer-Encoding: 8bit\r\n\r\n.\r\n<<BODY>>\r\n..\r\n\r\n--B2--\r\n\r\n"
+    "Content-Transfer-Encoding: 8bit\r\n\r\n<<TEXT>>\r\n--B2--\r\n\r\n"
     "--B1\r\nContent-Type: multipart/related; boundary=B3\r\n\r\n"
     "--B3\r\nContent-Type: image/png\r\nContent-Transfer-Encoding: base64\r\n"
     "Content-ID: <pic>\r\nContent-Disposition: inline\r\n\r\ncGl4ZWxz\r\n--B3--\r\n\r\n"
@@ -77,9 +77,18 @@ const char *const WholeMail =
     "--B4\r\nContent-Disposition: attachment; filename=\"a.txt\"\r\n"
     "Content-Transfer-Encoding: base64\r\n\r\nZmlsZQo=\r\n--B4--\r\n\r\n--B1--\r\n";
 
+const std::u16string NoConversion =
+    u"SmtpClient Error|EncodingConvert Failed, Error Number : -3|16";
+
+void RecordBox(const char16_t *text, const char16_t *caption, std::uint32_t style, void *boxes) {
+    static_cast<std::vector<std::u16string> *>(boxes)->push_back(
+        std::u16string(caption) + u"|" + text + u"|" + Wide(std::to_string(style)));
+}
+
 TEST(Send, WritesExactBytes) {
     struct Case {
         const char *charset, *from, *cc, *subject, *body;
+        std::size_t boxes = 0;  ///< That told of texts which could not be converted.
     };
     const Case cases[] = {
         {"UTF-8", "=?UTF-8?b?Wm/Dqw==?=", "=?UTF-8?b?5pel5pys?=",
@@ -89,6 +98,7 @@ TEST(Send, WritesExactBytes) {
          "=?ISO-8859-1?b?R3L832Ug?==?ISO-8859-1?b?\?=", "Gr\xFC\xDF\x65 "},
         {"Shift_JIS", "=?Shift_JIS?b?Wm8=?=", "=?Shift_JIS?b?k/qWew==?=",
          "=?Shift_JIS?b?R3JlIA==?==?Shift_JIS?b?k/qWew==?=", "Gre \x93\xFA\x96{"},
+        {"unknown", "", "", "", "", 3},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.charset);
@@ -105,17 +115,25 @@ TEST(Send, WritesExactBytes) {
         message.SetHtmlBody(u"<p>Grüße 日本");
         message.AddInlineImage(scene.folder.Write("pic.PNG", "pixels").c_str(), u"pic");
         scene.Attach(scene.folder.Write("a.txt", "file\n"));
+        std::vector<std::u16string> boxes;
+        SmtpClientSetMessageBox(RecordBox, &boxes);
         EXPECT_EQ(scene.client->Send(), ResultSuccess);
+        SmtpClientSetMessageBox(nullptr, nullptr);
+        EXPECT_EQ(boxes, decltype(boxes)(c.boxes, NoConversion));
+        const bool isConverted = c.boxes == 0;
+        const std::string body = c.body;
         std::string received;
         for (const std::string &command : scene.server.Commands()) {
             received += command + "\r\n";
         }
-        EXPECT_EQ(Masked(received + scene.server.Mails().at(0).data),
-                  Replaced(WholeMail, {{"<<CHARSET>>", c.charset},
-                                       {"<<FROM>>", c.from},
-                                       {"<<CC>>", c.cc},
-                                       {"<<SUBJECT>>", c.subject},
-                                       {"<<BODY>>", c.body}}));
+        EXPECT_EQ(
+            Masked(received + scene.server.Mails().at(0).data),
+            Replaced(WholeMail, {{"<<CHARSET>>", c.charset},
+                                 {"<<FROM>>", c.from},
+                                 {"<<CC>>", c.cc},
+                                 {"<<SUBJECT>>", c.subject},
+                                 {"<<HTML>>", isConverted ? "<p>" + body : ""},
+                                 {"<<TEXT>>", isConverted ? ".\r\n" + body + "\r\n..\r\n" : ""}}));
     }
 }
 
@@ -151,19 +169,20 @@ TEST(Send, TellsWhatStoppedIt) {
         std::int32_t result, code;
         std::size_t commands;  ///< That reached the server.
         std::string told;
+        bool isPrepared = true;
     };
     const Case cases[] = {
-        // In the preparation.
-        {[](S s) { s.client->SetMessage(nullptr); }, -1, -1, 0, General},
-        {[](S s) { s.message->Reset(ResetSender); }, -17, -2, 0, "No sender has been specified."},
-        {[](S s) { s.message->Reset(1); }, -18, -3, 0, "No recipients have been specified."},
-        {[](S s) { s.client->SetPort(-1); }, -1, 43, 0, General},
+        {[](S s) { s.client->SetMessage(nullptr); }, -1, -1, 0, General, false},
+        {[](S s) { s.message->Reset(ResetSender); }, -17, -2, 0, "No sender has been specified.",
+         false},
+        {[](S s) { s.message->Reset(1); }, -18, -3, 0, "No recipients have been specified.", false},
+        {[](S s) { s.client->SetPort(-1); }, -1, 43, 0, General, false},
         {[](S s) {
              s.client->SetHost(u"");  // Comes ahead of the message.
              s.client->SetMessage(nullptr);
          },
-         -6, 3, 0, "Host using bad/illegal format or missing host."},
-        // Behind it, the first ones without a connection.
+         -6, 3, 0, "Host using bad/illegal format or missing host.", false},
+        // Prepared, the first ones without a connection.
         {[](S s) { s.message->AddBcc(u"x@x\rDATA", u""); }, -1, 43, 0, General},
         {[](S s) { s.message->SetSender(u"x@x>\nDATA", u""); }, -1, 43, 0, General},
         {[](S s) { s.Attach(u"/"); }, -16, 26, 0, Reading},
@@ -195,9 +214,8 @@ TEST(Send, TellsWhatStoppedIt) {
             scene.client->SetLogFile(isLogged ? scene.LogPath().c_str() : u"", true);
             c.change(scene);
             EXPECT_EQ(scene.client->Send(), c.result);
-            const bool isPrepared = &c >= &cases[5];
-            EXPECT_EQ(scene.client->GetLastResult(), isLogged && isPrepared ? c.result : c.code);
-            EXPECT_EQ(!scene.LogFile().empty(), isLogged && isPrepared);
+            EXPECT_EQ(scene.client->GetLastResult(), isLogged && c.isPrepared ? c.result : c.code);
+            EXPECT_EQ(!scene.LogFile().empty(), isLogged && c.isPrepared);
             EXPECT_EQ(scene.server.Commands().size(), c.commands);
             const char16_t *const entry = scene.client->GetLastLogEntry();
             EXPECT_EQ(scene.client->GetLastLogEntry(), entry);  // In the same place, too.

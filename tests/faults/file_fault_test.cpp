@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/fsuid.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/support/host_tools.h"
@@ -11,6 +12,7 @@ namespace {
 
 TEST(LogFileFaults, NeverTouchTheResult) {
     const CTemporaryFolder folder;
+    ::umask(0);
     folder.Write("locked", "held by another\n");
     const int holder = ::open(folder.PathOf("locked").c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(::flock(holder, LOCK_EX), 0);
@@ -30,6 +32,13 @@ TEST(LogFileFaults, NeverTouchTheResult) {
         }
     }
     EXPECT_EQ(folder.Read("locked"), "held by another\n");
+    const Client client = MakeClientFor(server.Port());
+    client->SetMessage(message.get());
+    client->SetLogFile(folder.WidePathOf("log").c_str(), true);
+    client->Send();
+    struct stat status = {};
+    EXPECT_EQ(::stat(folder.PathOf("log").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, S_IFREG | 0600U);
     ::close(holder);
 }
 

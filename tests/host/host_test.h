@@ -38,9 +38,9 @@ protected:
     const std::pair<std::ptrdiff_t, std::ptrdiff_t> start = Resources();
 };
 
-inline bool IsReadable(int polledDescriptor) {
+inline bool IsReadable(int polledDescriptor, int waitMs = LongestWaitMs) {
     pollfd polled = {polledDescriptor, POLLIN, 0};
-    return ::poll(&polled, 1, LongestWaitMs) == 1 && polled.revents == POLLIN;
+    return ::poll(&polled, 1, waitMs) == 1 && polled.revents == POLLIN;
 }
 
 }  // namespace SMTPClientNS

@@ -69,8 +69,10 @@ TEST(MimeMessage, Reset) {
 TEST(MimeMessage, TakesNullAndWhatItHolds) {
     const Message message = MakeMessage();
     for (const auto &[add, entry, count] : Lists) {
-        EXPECT_EQ((message.get()->*add)(nullptr, u"A") + (message.get()->*add)(u"a@b", u"A"), 0);
-        EXPECT_EQ((message.get()->*entry)(0, 0) + Text((message.get()->*entry)(1, 2)), u"");
+        EXPECT_EQ((message.get()->*add)(nullptr, u"A"), -1);
+        EXPECT_EQ((message.get()->*add)(u"a@b", u"A"), 1);
+        EXPECT_EQ((message.get()->*entry)(0, FieldAddress), Text());
+        EXPECT_EQ((message.get()->*entry)(1, 2), Text()) << "no such selector";
     }
     message->SetSubject(nullptr);
     message->SetHtmlBody(nullptr);
@@ -82,11 +84,15 @@ TEST(MimeMessage, TakesNullAndWhatItHolds) {
     message->SetSender(longAddress.c_str(), message->GetSender(FieldAddress));
     EXPECT_EQ(message->GetSender(FieldName), Text(u"c@d")) << "what it holds may come back to it";
     for (const char16_t *path : {static_cast<const char16_t *>(nullptr), u"", u"/none"}) {
-        EXPECT_EQ(message->AddAttachment(path) + message->AddInlineImage(path, u"id"), -2);
+        EXPECT_EQ(message->AddAttachment(path), -1);
+        EXPECT_EQ(message->AddInlineImage(path, u"id"), -1);
     }
-    EXPECT_EQ(message->AddAttachment(u"/./") + message->AddInlineImage(u"//", nullptr), 2);
-    EXPECT_EQ(message->GetAttachment(1) + Text(message->GetInlineImagePath(1)), u"/.///");
-    EXPECT_EQ(message->GetAttachment(2) + Text(message->GetInlineImageId(1)), u"");
+    EXPECT_EQ(message->AddAttachment(u"/./"), 1);
+    EXPECT_EQ(message->AddInlineImage(u"//", nullptr), 1);
+    EXPECT_EQ(message->GetAttachment(1), Text(u"/./"));
+    EXPECT_EQ(message->GetInlineImagePath(1), Text(u"//"));
+    EXPECT_EQ(message->GetInlineImageId(1), Text());
+    EXPECT_EQ(message->GetAttachment(2), Text());
 }
 
 TEST(MimeMessage, LoadBodyFromFile) {

@@ -65,7 +65,11 @@ TEST(ConnectionOptions, AreSetInOrderUntilOneStops) {
          Proxy + "5 ", 3},
         {[](C c) { c.SetTlsVersion(1); }, ToTls + "USE_SSL=3 SSLVERSION=262148 " + NoChecks},
         {[](C c) { c.SetTlsVersion(5); }, ToTls + "USE_SSL=3 " + NoChecks},
-        {[](C c) { c.SetUseTls((c.SetTlsVersion(3), false)); }, ToTls + "USE_SSL=0 " + NoChecks},
+        {[](C c) {
+             c.SetTlsVersion(3);
+             c.SetUseTls(false);
+         },
+         ToTls + "USE_SSL=0 " + NoChecks},
         {[](C c) { c.SetVerifyPeer(2); },
          ToChecks + "SSL_VERIFYPEER=1 SSL_OPTIONS=16 SSL_VERIFYSTATUS=0 "},
         {[](C c) { c.SetProxyEnabled(true); }, "PROXY= PROXYPORT=-1 PROXYTYPE=5 " + All},
