@@ -12,6 +12,7 @@
 namespace {
 
 constexpr std::size_t LongestInput = 600;
+constexpr std::size_t LongestOfAll = 8000;  ///< Of one in many.
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -39,11 +40,12 @@ std::vector<Bytes> StoredInputs(const char *folder) {
 
 /// Part of a stored input with some bytes changed, behind some that are not.
 Bytes Mutated(Bytes input, std::minstd_rand &random) {
-    input.resize(std::min(input.size(), random() % LongestInput));
+    const std::size_t longest = random() % 64 == 0 ? LongestOfAll : LongestInput;
+    input.resize(std::min(input.size(), random() % longest));
     for (auto changes = random() % 4; changes > 0 && !input.empty(); --changes) {
         input[random() % input.size()] = static_cast<std::uint8_t>(random());
     }
-    const std::size_t length = random() % 2 == 0 ? 0 : random() % LongestInput;
+    const std::size_t length = random() % 2 == 0 ? 0 : random() % longest;
     std::generate_n(std::back_inserter(input), length,
                     [&random] { return static_cast<std::uint8_t>(random() >> 8U); });
     return input;

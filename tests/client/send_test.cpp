@@ -2,6 +2,7 @@
 #include <malloc.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <regex>
 
@@ -135,6 +136,23 @@ TEST(Send, WritesExactBytes) {
                                  {"<<HTML>>", isConverted ? "<p>" + body : ""},
                                  {"<<TEXT>>", isConverted ? ".\r\n" + body + "\r\n..\r\n" : ""}}));
     }
+}
+
+TEST(Send, GivesEachMailAnIdentifierAndKnownPrioritiesALine) {
+    std::string host(256, '\0');
+    ASSERT_EQ(::gethostname(host.data(), host.size()), 0);
+    host.resize(host.find_first_of(std::string(".\0", 2)));
+    Scene scene;
+    scene.message->SetPriority(7);
+    std::string identifiers[2];
+    for (std::string &identifier : identifiers) {
+        EXPECT_EQ(scene.client->Send(), ResultSuccess);
+        const std::string mail = scene.server.Mails().back().data;
+        EXPECT_EQ(mail.find("X-Priority"), std::string::npos);
+        EXPECT_NE(mail.find("@" + host + ">\r\n"), std::string::npos);
+        identifier = mail.substr(mail.find("Message - ID: <"), 51);
+    }
+    EXPECT_NE(identifiers[0], identifiers[1]);
 }
 
 TEST(Send, HangsUpThePartsThatTheMessageHas) {

@@ -76,6 +76,7 @@ TEST(Settings, SetProxyTakesAllOrNothing) {
         {u"", 1, 0, u"u", u"p", "0,,-1,2,,,-,"},
         {u"b", 2, -9, u"u", u"p", "1,b,2,-9,u,p,-,"},
         {u"d", 4, 3, u"", u"q", "1,d,4,3,u,p,-,"},
+        {u"d", 4, 3, u"v", u"", "1,d,4,3,u,p,-,"},
         {tooMuch, 1, 0, u"", u"", "0,d,4,3,u,p,-,"},
         {u"f", 1, 0, tooMuch, u"q", "0,d,4,3,u,p,-,"},
         {u"g", 1, 0, u"v", tooMuch, "0,d,4,3,u,p,-,"},

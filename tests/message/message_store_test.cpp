@@ -83,6 +83,8 @@ TEST(MimeMessage, TakesNullAndWhatItHolds) {
     message->SetSender(u"c@d", nullptr);
     message->SetSender(longAddress.c_str(), message->GetSender(FieldAddress));
     EXPECT_EQ(message->GetSender(FieldName), Text(u"c@d")) << "what it holds may come back to it";
+    message->SetSender(u"e@f", nullptr);
+    EXPECT_EQ(message->GetSender(FieldName), Text(u"c@d")) << "the old name stays";
     for (const char16_t *path : {static_cast<const char16_t *>(nullptr), u"", u"/none"}) {
         EXPECT_EQ(message->AddAttachment(path), -1);
         EXPECT_EQ(message->AddInlineImage(path, u"id"), -1);
