@@ -311,7 +311,7 @@ inline void AppendUtf8(std::string &target, char32_t character) {
         return;
     }
     const unsigned int followers = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-    append(((0xF00U >> followers) & 0xFFU) | (character >> (6 * followers)));
+    append(((0xFF00U >> (followers + 1)) & 0xFFU) | (character >> (6 * followers)));
     for (unsigned int left = followers; left > 0; --left) {
         append(0x80U | ((character >> (6 * (left - 1))) & 0x3FU));
     }

@@ -1,0 +1,389 @@
+#include <gtest/gtest.h>
+#include <sys/file.h>
+
+#include <smtpclient/mail.h>
+
+#include "tests/support/host_tools.h"
+#include "tests/support/smtp_server.h"
+
+namespace smtpclient {
+namespace {
+
+using namespace std::string_literals;
+using SMTPClientNS::CSmtpServer;
+using SMTPClientNS::CTemporaryFolder;
+
+Message SmallMessage() {
+    Message message;
+    message.From("a@example.org").To("b@example.org").Text("hello\n");
+    return message;
+}
+
+Client ClientFor(const CSmtpServer &server) {
+    Client client("127.0.0.1", server.Port());
+    client.Login("user", "pass").WithoutTls();
+    return client;
+}
+
+bool WaitForReport() {
+    return SmtpClientWaitEvents(SMTPClientNS::LongestWaitMs) > 0;
+}
+
+/// What an operation says when it refuses; empty if it does not.
+template <typename Operation>
+std::string RefusalOf(Operation operation) {
+    try {
+        operation();
+    } catch (const std::invalid_argument &refusal) {
+        return refusal.what();
+    }
+    return "";
+}
+
+/// All that can be read back of both.
+std::string StateOf(const Message &message, const Client &client) {
+    using SMTPClientNS::Narrow;
+    const auto *const m = message.Get();
+    const auto *const c = client.Get();
+    std::string state =
+        std::to_string(m->GetRecipientCount() + 10 * m->GetCcCount() + 100 * m->GetBccCount() +
+                       1000 * m->GetAttachmentCount() + 10000 * m->GetInlineImageCount());
+    for (const char16_t *text :
+         {m->GetSender(0), m->GetSender(1), m->GetSubject(), m->GetTextBody(), m->GetHtmlBody(),
+          m->GetCharset(), c->GetHost(), c->GetUserName(), c->GetPassword(), c->GetBearerToken()}) {
+        state += "|" + Narrow(text);
+    }
+    for (std::int32_t field = 0; field <= SMTPClientNS::ProxyPassword; ++field) {
+        char16_t value[SMTPClientNS::ProxyValueCapacity] = {};
+        c->GetProxyValue(value, field);
+        state += "|" + Narrow(value);
+    }
+    return state + "|" + std::to_string(c->GetConnectTimeout()) +
+           std::to_string(c->GetTlsVersion()) + std::to_string(int{c->IsProxyEnabled()});
+}
+
+TEST(MailRefusals, NameOperationAndReasonAndChangeNothing) {
+    const CTemporaryFolder folder;
+    for (const char *name : {"bad\nname", "nul.html", "locked.html"}) {
+        folder.Write(name, "<p>\0"s.substr(0, name[0] == 'n' ? 4 : 3));
+    }
+    folder.Write("odd.html", "<img src=\"" + folder.PathOf("bad\nname") + "\">");
+    const int locked = ::open(folder.PathOf("locked.html").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(locked, LOCK_EX), 0);
+    const std::string longText(256, 'x');
+    Message message = SmallMessage();
+    message.From("a@example.org", "A").Subject("s").Html("h");
+    Client client("mail.example.org");
+    client.Login("user", "pass").Proxy("proxy", 1080, SMTPClientNS::ProxySocks4, "u", "p");
+    const std::string before = StateOf(message, client);
+
+    const auto refuse = [&](const std::string &expected, const auto &operation) {
+        EXPECT_EQ(RefusalOf(operation), expected);
+        EXPECT_EQ(StateOf(message, client), before) << expected;
+    };
+    const std::string breaks[] = {"a\rb", "a\nb", "a\0b"s};
+    for (const std::string &text : breaks) {
+        refuse("Message::To: a line break or NUL in the name", [&] { message.To("a@b", text); });
+        refuse("Message::Subject: a line break or NUL in the subject",
+               [&] { message.Subject(text); });
+        refuse("Client: a line break or NUL in the host", [&] { Client made(text); });
+        refuse("Client::Login: a line break or NUL in the user name",
+               [&] { client.Login(text, "p"); });
+        refuse("Client::Token: a line break or NUL in the user name",
+               [&] { client.Token(text, "t"); });
+        refuse("Client::Token: a line break or NUL in the mechanism",
+               [&] { client.Token("u", "t", text); });
+        refuse("Client::Token: the token is empty or has a character that no token has",
+               [&] { client.Token("u", text); });
+        refuse("Client::Proxy: a line break or NUL in the user name",
+               [&] { client.Proxy("proxy", 1, SMTPClientNS::ProxySocks5, text, "p"); });
+        refuse("Message::Picture: a line break or NUL in the Content-ID",
+               [&] { message.Picture("/dev/../proc/self/status", text); });
+        refuse("Message::Charset: this is no charset's name", [&] { message.Charset(text); });
+    }
+    for (const char *text : {"a @b.c", "a@b\u00A0.c", "a@b\u2028", "a@b.c\t", "a\x7F@b.c",
+                             "<a@b.c>", "a@b> NOTIFY=NEVER", "a\u0085@b", "\"a b\"@c"}) {
+        refuse("Message::Bcc: a blank, control character or angle bracket in the address",
+               [&] { message.Bcc(text); });
+    }
+    for (const char *text : {"", "a", "@b", "a@", "a@b,c@d", "a,b@c", "a@b@c", "a:b@c;", "(a)@b",
+                             "\"a@b", "\"a\"b@c", "a\"b\"@c", "a@[b", "a@b]", "a@[]", "a@[b]c]"}) {
+        refuse("Message::From: the address is not of the form local@domain",
+               [&] { message.From(text, "new"); });
+    }
+    for (const char *text :
+         {"", "a b", "a@b", "a/b", "a?b", "a#b", "a\\b", "a:25", "a%2Fb", ";AUTH=LOGIN@a", "::1",
+          "[::1", "[]", "[::1]:25", "[a/b]", "b\u00FC"}) {
+        refuse("Client: the host is neither an ASCII name nor an address (IPv6: in brackets)",
+               [&] { Client made(text); });
+    }
+    for (const char *text : {"", "a b", "UTF-8//IGNORE", "a;b", "a=b", "a\"b", "a?b", "\u00FC"}) {
+        refuse("Message::Charset: this is no charset's name", [&] { message.Charset(text); });
+    }
+    for (const char *text : {"", "a>b", "a<b", "a\tb"}) {
+        refuse(
+            "Message::Picture: the Content-ID is empty or has a control character or angle bracket",
+            [&] { message.Picture("/proc/self/status", text); });
+    }
+    for (const std::int32_t port : {-1, 0, 65536}) {
+        refuse("Client: the port is not between 1 and 65535", [&] { Client made("a", port); });
+        refuse("Client::Proxy: the port is not between 1 and 65535",
+               [&] { client.Proxy("p", port); });
+    }
+    for (const char *mechanism : {"", "PLAIN", "xoauth2", "XOAUTH2;AUTH=PLAIN"}) {
+        refuse("Client::Token: the mechanism is neither XOAUTH2 nor OAUTHBEARER",
+               [&] { client.Token("u", "t", mechanism); });
+    }
+    refuse("Client::Token: a control character in the user name", [&] {
+        client.Token(
+            "u\x01"
+            "auth=Bearer x",
+            "t");
+    });
+    refuse("Client::Token: a comma or equals sign in the user name",
+           [&] { client.Token("u,a=b", "t", "OAUTHBEARER"); });
+    refuse("Client::Login: the user name is empty", [&] { client.Login("", "p"); });
+    refuse("Client::Login: the password is empty", [&] { client.Login("u", ""); });
+    refuse("Client::Login: a NUL in the password", [&] { client.Login("u", "p\0q"s); });
+    refuse("Client::Proxy: a user name or a password without the other",
+           [&] { client.Proxy("p", 1, SMTPClientNS::ProxySocks5, "u"); });
+    refuse("Client::Proxy: the host, user name or password is too long",
+           [&] { client.Proxy(longText, 1); });
+    refuse("Client::Proxy: there is no such type",
+           [&] { client.Proxy("p", 1, static_cast<SMTPClientNS::ProxyType>(4)); });
+    refuse("Client::Tls: there is no such version",
+           [&] { client.Tls(static_cast<SMTPClientNS::TlsVersion>(5)); });
+    for (const std::int64_t seconds : {std::int64_t{-1}, std::int64_t{1} << 31U}) {
+        refuse("Client::ConnectTimeout: the time is negative or too long",
+               [&] { client.ConnectTimeout(std::chrono::seconds(seconds)); });
+    }
+    refuse("Message::Text: a NUL in the body", [&] { message.Text("a\0b"s); });
+    for (const std::string &path : {folder.PathOf(""), folder.PathOf("none"), "/dev/null"s, ""s}) {
+        refuse("Message::Attach: there is no regular file", [&] { message.Attach(path); });
+        refuse("Message::Picture: there is no regular file", [&] { message.Picture(path, "id"); });
+        refuse("Message::HtmlFile: there is no regular file", [&] { message.HtmlFile(path); });
+    }
+    refuse("Message::Attach: a control character in the file's name",
+           [&] { message.Attach(folder.PathOf("bad\nname")); });
+    refuse("Message::Attach: the path is not valid UTF-8",
+           [&] { message.Attach(folder.PathOf("\xFF")); });
+    refuse("Client::LogFile: a NUL in the path", [&] { client.LogFile("/tmp/a\0b"s); });
+    refuse("Message::HtmlFile: a NUL in the file",
+           [&] { message.HtmlFile(folder.PathOf("nul.html")); });
+    refuse("Message::HtmlFile: the file cannot be read",
+           [&] { message.HtmlFile(folder.PathOf("locked.html")); });
+    refuse("Message::HtmlFile: a picture's path is no Content-ID",
+           [&] { message.HtmlFile(folder.PathOf("odd.html")); });
+    ::close(locked);
+}
+
+TEST(Mail, TakesWhatLooksOdd) {
+    for (const char *host : {"a_b-c.example.", "10.0.0.1", "[::1]", "[fe80::1%25eth0]"}) {
+        EXPECT_EQ(SMTPClientNS::Narrow(Client(host, 65535).Get()->GetHost()), host);
+    }
+    Message message;
+    for (const char *address :
+         {"o'b+c=d/e@f", "\"a,@\\\"b\"@c.d", "a@[192.0.2.1]", "a@[IPv6:::1]", "\u9234@\u4F8B.jp"}) {
+        EXPECT_EQ(RefusalOf([&] { message.To(address); }), "") << address;
+    }
+}
+
+TEST(Mail, ConvertsUtf8) {
+    const std::pair<std::string, std::u16string> rows[] = {
+        {"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
+         u"\u007F\u0080\u07FF\u0800\uFFFF\U00010000\U0010FFFF"},
+        // Unicode 3.9, tables 3-8 to 3-11: one U+FFFD for each maximal subpart.
+        {"\xC0\xAF\xE0\x80\xBF\xF0\x81\x82\x41",
+         u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA"},
+        {"\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41",
+         u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA"},
+        {"\xF4\x91\x92\x93\xFF\x41\x80\xBF\x42", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA\uFFFD\uFFFDB"},
+        {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"},
+        {"\xE1\x80", u"\uFFFD"},
+    };
+    Message message;
+    for (const auto &[utf8, utf16] : rows) {
+        EXPECT_EQ(message.Subject(utf8).Get()->GetSubject(), utf16);
+    }
+    EXPECT_EQ(detail::ToUtf8(rows[0].second), rows[0].first);
+    EXPECT_EQ(detail::ToUtf8({u"\xD800\xDC00\xDFFF\xD800"
+                              u"A",
+                              5}),
+              "\U00010000\uFFFD\uFFFDA");
+}
+
+TEST(Mail, WritesWhatIsSafe) {
+    CSmtpServer server;
+    const CTemporaryFolder folder;
+    folder.Write("\u5199\u771F.png", "P");
+    folder.Write("page.html", "<img src=\"" + folder.PathOf("\u5199\u771F.png") +
+                                  "\">\n<img alt=\".\">\r<img src=\"none.png\">\r\n");
+    folder.Write("empty.html", "");
+    Message message;
+    message.From("old@example.org", "Old").From("a@example.org");
+    message.To("b@example.org", "Doe, \"J\\\"")
+        .To("c@example.org", "J Doe")
+        .Cc("d@e.f", "\u9234, A");
+    message.Text("a\nb\rc\r\nd\n\r\n.\n").HtmlFile(folder.PathOf("page.html"));
+    message.Attach(folder.PathOf("\u5199\u771F.png"));
+    EXPECT_TRUE(ClientFor(server).Send(message));
+    const std::string data = server.Mails().at(0).data;
+    for (
+        const std::string &part :
+        {"From: a@example.org\r\nTo: \"Doe, \\\"J\\\\\\\"\" <b@example.org>,\r\n J Doe <c@example.org>"s +
+             "\r\nCc: =?UTF-8?b?6Yi0LCBB?= <d@e.f>\r\n",
+         "\r\n\r\na\r\nb\r\nc\r\nd\r\n\r\n.\r\n"s,
+         "<img src=\"cid:" + folder.PathOf("\u5199\u771F.png") +
+             "\">\r\n<img alt=\"cid:.\">\r\n<img src=\"cid:none.png\">\r\n",
+         "Content-ID: <" + folder.PathOf("\u5199\u771F.png") + ">\r\n",
+         "filename=\"\u5199\u771F.png\"\r\n"s}) {
+        EXPECT_NE(data.find(part), std::string::npos) << part << "not in\n" << data;
+    }
+    EXPECT_EQ(message.HtmlFile(folder.PathOf("empty.html")).Get()->GetHtmlBody(), u""s);
+}
+
+TEST(Mail, TokenAllowsNoOtherLogin) {
+    CSmtpServer server;
+    const auto loginsFor = [&server](const char *offered, Client &client) {
+        server.At("EHLO", "250-x\r\n250 AUTH "s + offered + "\r\n");
+        const std::size_t before = server.Commands().size();
+        std::string logins = std::to_string(client.Send(SmallMessage()).code);
+        const std::vector<std::string> commands = server.Commands();
+        for (std::size_t at = before; at < commands.size(); ++at) {
+            if (commands[at].rfind("AUTH", 0) == 0) {
+                logins += " " + commands[at];
+            }
+        }
+        return logins;
+    };
+    Client client = ClientFor(server);
+    client.Token("me", "tok");
+    EXPECT_EQ(loginsFor("CRAM-MD5 NTLM PLAIN OAUTHBEARER XOAUTH2", client), "1 AUTH XOAUTH2");
+    EXPECT_NE(client.Log().find("C: AUTH XOAUTH2"), std::string::npos);
+    EXPECT_EQ(loginsFor("CRAM-MD5 PLAIN LOGIN", client), "-12");
+    client.Token("me", "tok", "OAUTHBEARER");
+    EXPECT_EQ(loginsFor("CRAM-MD5 XOAUTH2 OAUTHBEARER", client), "1 AUTH OAUTHBEARER");
+    client.Login("me", "secret");
+    EXPECT_EQ(loginsFor("PLAIN XOAUTH2", client), "1 AUTH PLAIN");
+    EXPECT_EQ(loginsFor("XOAUTH2", client), "-12");
+}
+
+TEST(Mail, IsSafeByDefault) {
+    Client client("mail.example.org");
+    const auto *const made = client.Get();
+    EXPECT_TRUE(made->GetUseTls());
+    EXPECT_EQ(made->GetVerifyPeer(), 1);
+    EXPECT_EQ(made->GetPort(), 587);
+    EXPECT_EQ(client.Send(SmallMessage()).code, SMTPClientNS::ResultBadCredentials);
+    EXPECT_EQ(made->GetMessage(), nullptr);
+    EXPECT_EQ(client.WithoutTls().Tls(SMTPClientNS::Tls13).Get()->GetTlsVersion(), 4);
+    EXPECT_TRUE(made->GetUseTls());
+    EXPECT_EQ(client.TrustAnyCertificate().Get()->GetVerifyPeer(), 0);
+    client.Proxy("one", 1, SMTPClientNS::ProxySocks5, "u", "secret").Proxy("two", 2);
+    EXPECT_EQ(StateOf(Message(), client).find("secret"), std::string::npos);
+}
+
+TEST(Mail, OutcomeTellsTheServersWords) {
+    CSmtpServer server;
+    Client client = ClientFor(server);
+    EXPECT_EQ(client.Send(SmallMessage()).text, "Email sent successfully! (250 queued as 1)");
+    server.At("RCPT", "550 5.1.1 no such user\r\n");
+    const Outcome outcome = client.Send(SmallMessage());
+    EXPECT_FALSE(outcome);
+    EXPECT_NE(outcome.text.find("550 5.1.1 no such user"), std::string::npos) << outcome.text;
+    EXPECT_EQ(outcome.text.find('\n'), std::string::npos);
+}
+
+class MailBackground : public testing::Test {
+protected:
+    /// Writes down what it is told, and what of it is still owned.
+    auto Recorder(const char *name) {
+        return [this, name, life = this->life](const Outcome &outcome) {
+            told += name + std::to_string(outcome.code) + outcome.text + ";";
+        };
+    }
+
+    /// Has a send under way until the server's gate opens.
+    void HoldOneSend() {
+        server.At("MAIL", CSmtpServer::Hold);
+        EXPECT_EQ(client.Send(SmallMessage(), Recorder("first")), 1);
+        ASSERT_TRUE(server.WaitForCommands("MAIL", 1));
+    }
+
+    CSmtpServer server;
+    Client client = ClientFor(server);
+    std::string told;
+    const std::shared_ptr<int> life = std::make_shared<int>();
+};
+
+TEST_F(MailBackground, CallsBackAfterAMoveAndFromAnEmptyFunctionNobody) {
+    HoldOneSend();
+    Client moved("elsewhere");
+    moved = std::move(client);
+    moved.Send(SmallMessage(), nullptr);
+    moved.Send(Message(), Recorder("bad"));
+    EXPECT_EQ(moved.Pending(), 3U);
+    server.OpenGate();
+    while (moved.Pending() > 0 && WaitForReport()) {
+    }
+    EXPECT_EQ(told, "first1;bad-17No sender has been specified.;");
+    EXPECT_EQ(life.use_count(), 1);
+    EXPECT_EQ(server.Mails().size(), 2U);
+}
+
+TEST_F(MailBackground, CancelDestroysTheCallback) {
+    HoldOneSend();
+    for (const char *name : {"2", "3", "4"}) {
+        client.Send(SmallMessage(), Recorder(name));
+    }
+    EXPECT_EQ(life.use_count(), 5);
+    EXPECT_FALSE(client.Cancel(0));
+    EXPECT_FALSE(client.Cancel(1));
+    EXPECT_TRUE(client.Cancel(3));
+    EXPECT_FALSE(client.Cancel(3));
+    EXPECT_EQ(life.use_count(), 4);
+    EXPECT_TRUE(client.CancelAll());
+    EXPECT_FALSE(client.CancelAll());
+    EXPECT_EQ(client.Pending(), 1U);
+    server.OpenGate();
+    EXPECT_TRUE(WaitForReport());
+    EXPECT_EQ(told, "first1;");
+}
+
+TEST_F(MailBackground, EndOfTheClientDestroysCallbacksButNoSend) {
+    HoldOneSend();
+    client = Client("elsewhere");
+    EXPECT_EQ(life.use_count(), 1);
+    server.OpenGate();
+    EXPECT_TRUE(WaitForReport());
+    EXPECT_EQ(told, "");
+    EXPECT_EQ(server.Mails().size(), 1U);
+}
+
+TEST_F(MailBackground, CallbackMaySendCancelAndEndTheClient) {
+    auto owned = std::make_unique<Client>(ClientFor(server));
+    owned->Send(SmallMessage(), [&, life = life](const Outcome &) {
+        owned->Send(SmallMessage(), [&, life](const Outcome &outcome) {
+            owned->Send(SmallMessage(), Recorder("never"));
+            owned.reset();
+            told += std::to_string(outcome.code);
+        });
+    });
+    while (owned != nullptr && WaitForReport()) {
+    }
+    EXPECT_EQ(told, "1");
+    EXPECT_EQ(life.use_count(), 1);
+    EXPECT_TRUE(server.WaitForMails(3));
+}
+
+TEST_F(MailBackground, CallbackThatThrowsEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto dispatch = [&] {
+        client.Send(Message(), [](const Outcome &) { throw 1; });
+        WaitForReport();
+    };
+    EXPECT_DEATH(dispatch(), "terminate");
+}
+
+}  // namespace
+}  // namespace smtpclient
