@@ -1,8 +1,14 @@
 include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
 
 install(TARGETS smtpclient EXPORT smtpclient-targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(NOT library_type STREQUAL STATIC_LIBRARY)  # A shared one links them itself.
+    set(private_packages "")
+    set(private_flags "")
+endif()
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/smtpclient)
 install(EXPORT smtpclient-targets NAMESPACE smtpclient:: DESTINATION ${package_dir})
 

@@ -15,10 +15,8 @@ option(SMTPCLIENT_SHARE_TRUST_STORE
     ${share_by_default})
 
 if(SMTPCLIENT_SHARE_TRUST_STORE)
-    find_package(OpenSSL 3.0 REQUIRED)
+    smtpclient_depend(OpenSSL 3.0 "OpenSSL::SSL;OpenSSL::Crypto" -lssl -lcrypto)
     set(trust_store_source transport/trust_store_openssl.cpp)
-    set(trust_store_libraries OpenSSL::SSL OpenSSL::Crypto)
 else()
     set(trust_store_source transport/trust_store_none.cpp)
-    set(trust_store_libraries "")
 endif()

@@ -1,8 +1,9 @@
-#include <smtpclient/smtpclient.h>
+#include <smtpclient/mail.h>
 
 int main() {
-    SMTPClientNS::ISmtpClient *const client = CreateSmtpClient();
-    const bool works = client->Send() == SMTPClientNS::ResultBadHost;
-    client->Release();
-    return works ? 0 : 1;
+    smtpclient::Client client("mail.example.org");
+    smtpclient::Outcome end;
+    client.Send(smtpclient::Message(), [&end](const smtpclient::Outcome &outcome) { end = outcome; });
+    SmtpClientWaitEvents(-1);
+    return end.code == SMTPClientNS::ResultBadCredentials ? 0 : 1;
 }
