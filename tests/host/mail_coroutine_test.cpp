@@ -24,7 +24,13 @@ public:
     };
 
     explicit CTask(std::coroutine_handle<> owned) : handle(owned) {}
-    ~CTask() { handle.destroy(); }
+    ~CTask() {
+        if (handle) {
+            handle.destroy();
+        }
+    }
+    CTask(CTask &&other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
+    CTask &operator=(CTask &&) = delete;
     CTask(const CTask &) = delete;
     CTask &operator=(const CTask &) = delete;
 
