@@ -15,8 +15,10 @@ option(SMTPCLIENT_SHARE_TRUST_STORE
     ${share_by_default})
 
 if(SMTPCLIENT_SHARE_TRUST_STORE)
-    smtpclient_depend(OpenSSL 3.0 "OpenSSL::SSL;OpenSSL::Crypto" -lssl -lcrypto)
+    set(trust_store_libraries OpenSSL::SSL OpenSSL::Crypto)
+    smtpclient_depend(OpenSSL 3.0 "${trust_store_libraries}" -lssl -lcrypto)
     set(trust_store_source transport/trust_store_openssl.cpp)
 else()
+    set(trust_store_libraries "")
     set(trust_store_source transport/trust_store_none.cpp)
 endif()
