@@ -355,7 +355,7 @@ public:
     CSending(const CSending &) = delete;
     CSending &operator=(const CSending &) = delete;
 
-    bool await_ready() const noexcept { return false; }
+    static constexpr bool await_ready() noexcept { return false; }
 
     template <typename Handle>
     void await_suspend(Handle coroutine) {
