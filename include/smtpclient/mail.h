@@ -187,8 +187,8 @@ public:
                   SMTPClientNS::ProxyType type = SMTPClientNS::ProxySocks5Hostname,
                   std::string_view user = {}, std::string_view password = {});
 
-    /// The time until the connection stands, TLS and login included; none of it in fractions. 0, as
-    /// in a new client, means libcurl's own 300 s. Negative times are refused.
+    /// The time until the connection has to stand, TLS and login included. 0, as in a new client,
+    /// means libcurl's own 300 s. Negative times are refused.
     Client &ConnectTimeout(std::chrono::seconds limit);
 
     /// Demands TLS in exactly this version, also after WithoutTls.
