@@ -41,13 +41,6 @@ public:
         return byte;
     }
 
-    std::int32_t Number() {
-        std::int32_t number = 0;
-        const std::string_view bytes = Take(sizeof number);
-        std::memcpy(&number, bytes.data(), bytes.size());
-        return number;
-    }
-
     std::string_view Take(std::size_t size) {
         const std::string_view taken = rest.substr(0, std::min(size, rest.size()));
         rest.remove_prefix(taken.size());
@@ -56,18 +49,16 @@ public:
 
     std::string_view Rest() { return Take(rest.size()); }
 
-    /// Up to 255 bytes of UTF-16 without a zero unit.
-    std::u16string Text() { return Units(Take(Byte())); }
-    std::u16string RestOfText() { return Units(Rest()); }
-
-private:
-    static std::u16string Units(std::string_view bytes) {
+    /// All that is left as UTF-16, up to a zero unit.
+    std::u16string RestOfText() {
+        const std::string_view bytes = Rest();
         std::u16string text(bytes.size() / 2, u'\0');
         std::memcpy(text.data(), bytes.data(), text.size() * 2);
         text.resize(std::min(text.size(), text.find(u'\0')));
         return text;
     }
 
+private:
     std::string_view rest;
 };
 

@@ -77,103 +77,131 @@ TEST(MailRefusals, NameOperationAndReasonAndChangeNothing) {
     client.Login("user", "pass").Proxy("proxy", 1080, SMTPClientNS::ProxySocks4, "u", "p");
     const std::string before = StateOf(message, client);
 
-    const auto refuse = [&](const std::string &expected, const auto &operation) {
-        EXPECT_EQ(RefusalOf(operation), expected);
-        EXPECT_EQ(StateOf(message, client), before) << expected;
+    struct Refusal {
+        const char *expected;
+        std::vector<std::string> texts;
+        std::function<void(const std::string &text)> operation;
     };
-    const std::string breaks[] = {"a\rb", "a\nb", "a\0b"s};
-    for (const std::string &text : breaks) {
-        refuse("Message::To: a line break or NUL in the name", [&] { message.To("a@b", text); });
-        refuse("Message::Subject: a line break or NUL in the subject",
-               [&] { message.Subject(text); });
-        refuse("Client: a line break or NUL in the host", [&] { Client made(text); });
-        refuse("Client::Login: a line break or NUL in the user name",
-               [&] { client.Login(text, "p"); });
-        refuse("Client::Token: a line break or NUL in the user name",
-               [&] { client.Token(text, "t"); });
-        refuse("Client::Token: a line break or NUL in the mechanism",
-               [&] { client.Token("u", "t", text); });
-        refuse("Client::Token: the token is empty or has a character that no token has",
-               [&] { client.Token("u", text); });
-        refuse("Client::Proxy: a line break or NUL in the user name",
-               [&] { client.Proxy("proxy", 1, SMTPClientNS::ProxySocks5, text, "p"); });
-        refuse("Message::Picture: a line break or NUL in the Content-ID",
-               [&] { message.Picture("/dev/../proc/self/status", text); });
-        refuse("Message::Charset: this is no charset's name", [&] { message.Charset(text); });
-    }
-    for (const char *text : {"a @b.c", "a@b\u00A0.c", "a@b\u2028", "a@b.c\t", "a\x7F@b.c",
-                             "<a@b.c>", "a@b> NOTIFY=NEVER", "a\u0085@b", "\"a b\"@c"}) {
-        refuse("Message::Bcc: a blank, control character or angle bracket in the address",
-               [&] { message.Bcc(text); });
-    }
-    for (const char *text : {"", "a", "@b", "a@", "a@b,c@d", "a,b@c", "a@b@c", "a:b@c;", "(a)@b",
-                             "\"a@b", "\"a\"b@c", "a\"b\"@c", "a@[b", "a@b]", "a@[]", "a@[b]c]"}) {
-        refuse("Message::From: the address is not of the form local@domain",
-               [&] { message.From(text, "new"); });
-    }
-    for (const char *text :
+    const std::vector<std::string> breaks = {"a\rb", "a\nb", "a\0b"s};
+    const std::vector<std::string> none = {folder.PathOf(""), folder.PathOf("none"), "/dev/null",
+                                           ""};
+    const std::string file = "/proc/self/status";
+    using SMTPClientNS::ProxySocks5;
+    const Refusal refusals[] = {
+        {"Message::To: a line break or NUL in the name", breaks,
+         [&](const auto &text) { message.To("a@b", text); }},
+        {"Message::Subject: a line break or NUL in the subject", breaks,
+         [&](const auto &text) { message.Subject(text); }},
+        {"Client: a line break or NUL in the host", breaks, [](const auto &text) { Client{text}; }},
+        {"Client::Login: a line break or NUL in the user name", breaks,
+         [&](const auto &text) { client.Login(text, "p"); }},
+        {"Client::Token: a line break or NUL in the user name", breaks,
+         [&](const auto &text) { client.Token(text, "t"); }},
+        {"Client::Token: a line break or NUL in the mechanism", breaks,
+         [&](const auto &text) { client.Token("u", "t", text); }},
+        {"Client::Token: the token is empty or has a character that no token has", breaks,
+         [&](const auto &text) { client.Token("u", text); }},
+        {"Client::Proxy: a line break or NUL in the user name", breaks,
+         [&](const auto &text) { client.Proxy("proxy", 1, ProxySocks5, text, "p"); }},
+        {"Message::Picture: a line break or NUL in the Content-ID", breaks,
+         [&](const auto &text) { message.Picture(file, text); }},
+        {"Message::Charset: this is no charset's name", breaks,
+         [&](const auto &text) { message.Charset(text); }},
+        {"Message::Bcc: a blank, control character or angle bracket in the address",
+         {"a @b.c", "a@b\u00A0.c", "a@b\u2028", "a@b.c\t", "a\x7F@b.c", "<a@b.c>",
+          "a@b> NOTIFY=NEVER", "a\u0085@b", "\"a b\"@c"},
+         [&](const auto &text) { message.Bcc(text); }},
+        {"Message::From: the address is not of the form local@domain",
+         {"", "a", "@b", "a@", "a@b,c@d", "a,b@c", "a@b@c", "a:b@c;", "(a)@b", "\"a@b", "\"a\"b@c",
+          "a\"b\"@c", "a@[b", "a@b]", "a@[]", "a@[b]c]"},
+         [&](const auto &text) { message.From(text, "new"); }},
+        {"Client: the host is neither an ASCII name nor an address (IPv6: in brackets)",
          {"", "a b", "a@b", "a/b", "a?b", "a#b", "a\\b", "a:25", "a%2Fb", ";AUTH=LOGIN@a", "::1",
-          "[::1", "[]", "[::1]:25", "[a/b]", "b\u00FC"}) {
-        refuse("Client: the host is neither an ASCII name nor an address (IPv6: in brackets)",
-               [&] { Client made(text); });
+          "[::1", "[]", "[::1]:25", "[a/b]", "b\u00FC"},
+         [](const auto &text) { Client{text}; }},
+        {"Message::Charset: this is no charset's name",
+         {"", "a b", "UTF-8//IGNORE", "a;b", "a=b", "a\"b", "a?b", "\u00FC"},
+         [&](const auto &text) { message.Charset(text); }},
+        {"Message::Picture: the Content-ID is empty or has a control character or angle bracket",
+         {"", "a>b", "a<b", "a\tb"},
+         [&](const auto &text) { message.Picture(file, text); }},
+        {"Client: the port is not between 1 and 65535",
+         {"-1", "0", "65536"},
+         [](const auto &text) { Client("a", std::stoi(text)); }},
+        {"Client::Proxy: the port is not between 1 and 65535",
+         {"-1", "0", "65536"},
+         [&](const auto &text) { client.Proxy("p", std::stoi(text)); }},
+        {"Client::Token: the mechanism is neither XOAUTH2 nor OAUTHBEARER",
+         {"", "PLAIN", "xoauth2", "XOAUTH2;AUTH=PLAIN"},
+         [&](const auto &text) { client.Token("u", "t", text); }},
+        {"Client::Token: a control character in the user name",
+         {"u\x01 auth=Bearer x"},
+         [&](const auto &text) { client.Token(text, "t"); }},
+        {"Client::Token: a comma or equals sign in the user name",
+         {"u,a=b"},
+         [&](const auto &text) { client.Token(text, "t", "OAUTHBEARER"); }},
+        {"Client::Login: the user name is empty",
+         {""},
+         [&](const auto &text) { client.Login(text, "p"); }},
+        {"Client::Login: the password is empty",
+         {""},
+         [&](const auto &text) { client.Login("u", text); }},
+        {"Client::Login: a NUL in the password",
+         {"p\0q"s},
+         [&](const auto &text) { client.Login("u", text); }},
+        {"Client::Proxy: a user name or a password without the other",
+         {"u"},
+         [&](const auto &text) { client.Proxy("p", 1, ProxySocks5, text); }},
+        {"Client::Proxy: the host, user name or password is too long",
+         {longText},
+         [&](const auto &text) { client.Proxy(text, 1); }},
+        {"Client::Proxy: there is no such type",
+         {"4"},
+         [&](const auto &text) {
+             client.Proxy("p", 1, static_cast<SMTPClientNS::ProxyType>(std::stoi(text)));
+         }},
+        {"Client::Tls: there is no such version",
+         {"5"},
+         [&](const auto &text) {
+             client.Tls(static_cast<SMTPClientNS::TlsVersion>(std::stoi(text)));
+         }},
+        {"Client::ConnectTimeout: the time is negative or too long",
+         {"-1", "2147483648"},
+         [&](const auto &text) { client.ConnectTimeout(std::chrono::seconds(std::stoll(text))); }},
+        {"Message::Text: a NUL in the body",
+         {"a\0b"s},
+         [&](const auto &text) { message.Text(text); }},
+        {"Message::Attach: there is no regular file", none,
+         [&](const auto &text) { message.Attach(text); }},
+        {"Message::Picture: there is no regular file", none,
+         [&](const auto &text) { message.Picture(text, "id"); }},
+        {"Message::HtmlFile: there is no regular file", none,
+         [&](const auto &text) { message.HtmlFile(text); }},
+        {"Message::Attach: a control character in the file's name",
+         {folder.PathOf("bad\nname")},
+         [&](const auto &text) { message.Attach(text); }},
+        {"Message::Attach: the path is not valid UTF-8",
+         {folder.PathOf("\xFF")},
+         [&](const auto &text) { message.Attach(text); }},
+        {"Client::LogFile: a NUL in the path",
+         {"/tmp/a\0b"s},
+         [&](const auto &text) { client.LogFile(text); }},
+        {"Message::HtmlFile: a NUL in the file",
+         {folder.PathOf("nul.html")},
+         [&](const auto &text) { message.HtmlFile(text); }},
+        {"Message::HtmlFile: the file cannot be read",
+         {folder.PathOf("locked.html")},
+         [&](const auto &text) { message.HtmlFile(text); }},
+        {"Message::HtmlFile: a picture's path is no Content-ID",
+         {folder.PathOf("odd.html")},
+         [&](const auto &text) { message.HtmlFile(text); }},
+    };
+    for (const Refusal &refusal : refusals) {
+        for (const std::string &text : refusal.texts) {
+            EXPECT_EQ(RefusalOf([&] { refusal.operation(text); }), refusal.expected) << text;
+            EXPECT_EQ(StateOf(message, client), before) << refusal.expected;
+        }
     }
-    for (const char *text : {"", "a b", "UTF-8//IGNORE", "a;b", "a=b", "a\"b", "a?b", "\u00FC"}) {
-        refuse("Message::Charset: this is no charset's name", [&] { message.Charset(text); });
-    }
-    for (const char *text : {"", "a>b", "a<b", "a\tb"}) {
-        refuse(
-            "Message::Picture: the Content-ID is empty or has a control character or angle bracket",
-            [&] { message.Picture("/proc/self/status", text); });
-    }
-    for (const std::int32_t port : {-1, 0, 65536}) {
-        refuse("Client: the port is not between 1 and 65535", [&] { Client made("a", port); });
-        refuse("Client::Proxy: the port is not between 1 and 65535",
-               [&] { client.Proxy("p", port); });
-    }
-    for (const char *mechanism : {"", "PLAIN", "xoauth2", "XOAUTH2;AUTH=PLAIN"}) {
-        refuse("Client::Token: the mechanism is neither XOAUTH2 nor OAUTHBEARER",
-               [&] { client.Token("u", "t", mechanism); });
-    }
-    refuse("Client::Token: a control character in the user name", [&] {
-        client.Token(
-            "u\x01"
-            "auth=Bearer x",
-            "t");
-    });
-    refuse("Client::Token: a comma or equals sign in the user name",
-           [&] { client.Token("u,a=b", "t", "OAUTHBEARER"); });
-    refuse("Client::Login: the user name is empty", [&] { client.Login("", "p"); });
-    refuse("Client::Login: the password is empty", [&] { client.Login("u", ""); });
-    refuse("Client::Login: a NUL in the password", [&] { client.Login("u", "p\0q"s); });
-    refuse("Client::Proxy: a user name or a password without the other",
-           [&] { client.Proxy("p", 1, SMTPClientNS::ProxySocks5, "u"); });
-    refuse("Client::Proxy: the host, user name or password is too long",
-           [&] { client.Proxy(longText, 1); });
-    refuse("Client::Proxy: there is no such type",
-           [&] { client.Proxy("p", 1, static_cast<SMTPClientNS::ProxyType>(4)); });
-    refuse("Client::Tls: there is no such version",
-           [&] { client.Tls(static_cast<SMTPClientNS::TlsVersion>(5)); });
-    for (const std::int64_t seconds : {std::int64_t{-1}, std::int64_t{1} << 31U}) {
-        refuse("Client::ConnectTimeout: the time is negative or too long",
-               [&] { client.ConnectTimeout(std::chrono::seconds(seconds)); });
-    }
-    refuse("Message::Text: a NUL in the body", [&] { message.Text("a\0b"s); });
-    for (const std::string &path : {folder.PathOf(""), folder.PathOf("none"), "/dev/null"s, ""s}) {
-        refuse("Message::Attach: there is no regular file", [&] { message.Attach(path); });
-        refuse("Message::Picture: there is no regular file", [&] { message.Picture(path, "id"); });
-        refuse("Message::HtmlFile: there is no regular file", [&] { message.HtmlFile(path); });
-    }
-    refuse("Message::Attach: a control character in the file's name",
-           [&] { message.Attach(folder.PathOf("bad\nname")); });
-    refuse("Message::Attach: the path is not valid UTF-8",
-           [&] { message.Attach(folder.PathOf("\xFF")); });
-    refuse("Client::LogFile: a NUL in the path", [&] { client.LogFile("/tmp/a\0b"s); });
-    refuse("Message::HtmlFile: a NUL in the file",
-           [&] { message.HtmlFile(folder.PathOf("nul.html")); });
-    refuse("Message::HtmlFile: the file cannot be read",
-           [&] { message.HtmlFile(folder.PathOf("locked.html")); });
-    refuse("Message::HtmlFile: a picture's path is no Content-ID",
-           [&] { message.HtmlFile(folder.PathOf("odd.html")); });
     ::close(locked);
 }
 

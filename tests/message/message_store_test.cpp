@@ -102,23 +102,35 @@ TEST(MimeMessage, LoadBodyFromFile) {
     struct Case {
         std::string content;
         std::int32_t mode;
-        const char16_t *expected;  // HTML body, then text body.
+        const char16_t *expected;      // HTML body, then text body.
+        const char16_t *images = u"";  // Path and id of each.
     };
     const Case cases[] = {
         {"\xEF\xBB\xBF\xC3\xA9", BodyTextUtf8, u"<img \"/\">\uFEFFé"},
         {"<img \".\">\xC3\xA9", BodyHtmlSystem, u"<img \".\">Ã©old"},
-        {"<img \".\">\xC3\xA9", BodyHtmlUtf8WithImages, u"<img \"cid:.\">éold"},
+        {"<img \".\">\xC3\xA9", BodyHtmlUtf8WithImages, u"<img \"cid:.\">éold", u".."},
         {"x", -1, u"<img \"/\">old"},
         {"a\0b"s, BodyTextUtf8, u"<img \"/\">a"},
-        {"", BodyHtmlUtf8WithImages, u"<img \"cid:/\">old"},  // The old body is scanned.
+        {"", BodyHtmlUtf8WithImages, u"<img \"cid:/\">old", u"//"},  // The old body is scanned.
+        {"1<img src=\"/\">2", BodyHtmlUtf8WithImages, u"1<img src=\"cid:/\">2old", u"//"},
+        {"<ImG \"/\"><IMGS \".\">", BodyHtmlUtf8WithImages, u"<ImG \"cid:/\"><IMGS \"cid:.\">old",
+         u"//.."},
+        {"<img alt=\"none\" src=\"/\">", BodyHtmlUtf8WithImages,
+         u"<img alt=\"cid:none\" src=\"/\">old"},
     };
     const CTemporaryFolder folder;
     const Message message = MakeMessage();
     for (const Case &c : cases) {
+        message->Reset(ResetInlineImages);
         message->SetHtmlBody(u"<img \"/\">");
         message->SetTextBody(u"old");
         message->LoadBodyFromFile(folder.Write("file", c.content).c_str(), c.mode);
         EXPECT_EQ(message->GetHtmlBody() + Text(message->GetTextBody()), c.expected);
+        Text images;
+        for (std::uint32_t i = 1; *message->GetInlineImagePath(i) != 0; ++i) {
+            images.append(message->GetInlineImagePath(i)).append(message->GetInlineImageId(i));
+        }
+        EXPECT_EQ(images, c.images);
     }
     ASSERT_EQ(::mkfifo(folder.PathOf("pipe").c_str(), 0600), 0);
     folder.Write("huge", "x");
