@@ -16,7 +16,7 @@ if ! is_installed libcurl4-gnutls-dev && ! is_installed libcurl4-nss-dev; then
     packages+=(libcurl4-openssl-dev libssl-dev)
 fi
 server=(python3-aiosmtpd openssl ca-certificates)
-tests=(libgtest-dev "${server[@]}" locales libglib2.0-dev)
+tests=(libgtest-dev "${server[@]}" locales libglib2.0-dev libuv1-dev libasio-dev)
 case $purpose in
     build) ;;
     demo) packages+=("${server[@]}") ;;
