@@ -51,12 +51,14 @@ std::string StateOf(const Message &message, const Client &client) {
     for (const char16_t *text :
          {m->GetSender(0), m->GetSender(1), m->GetSubject(), m->GetTextBody(), m->GetHtmlBody(),
           m->GetCharset(), c->GetHost(), c->GetUserName(), c->GetPassword(), c->GetBearerToken()}) {
-        state += "|" + Narrow(text);
+        state += "|";
+        state += Narrow(text);
     }
     for (std::int32_t field = 0; field <= SMTPClientNS::ProxyPassword; ++field) {
         char16_t value[SMTPClientNS::ProxyValueCapacity] = {};
         c->GetProxyValue(value, field);
-        state += "|" + Narrow(value);
+        state += "|";
+        state += Narrow(value);
     }
     return state + "|" + std::to_string(c->GetConnectTimeout()) +
            std::to_string(c->GetTlsVersion()) + std::to_string(int{c->IsProxyEnabled()});
