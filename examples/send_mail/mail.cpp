@@ -1,5 +1,10 @@
 #include "mail.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+
 using namespace SMTPClientNS;
 
 namespace {
@@ -48,6 +53,28 @@ void RefuseFile(const std::u16string &path, const char *why) {
     throw CUsageError(UserFromWide(path) + ": " + why);
 }
 
+/// What comes from the standard input, as a file that can be loaded by its path.
+class CStandardInput {
+public:
+    CStandardInput() : file(::memfd_create("standard input", MFD_CLOEXEC)) {
+        std::array<char, 65536> piece;
+        for (ssize_t count = -1; (count = ::read(STDIN_FILENO, piece.data(), piece.size())) != 0;) {
+            if (count < 0 ||
+                ::write(file, piece.data(), static_cast<std::size_t>(count)) != count) {
+                throw CUsageError("the standard input cannot be read");
+            }
+        }
+    }
+    ~CStandardInput() { ::close(file); }
+    CStandardInput(const CStandardInput &) = delete;
+    CStandardInput &operator=(const CStandardInput &) = delete;
+
+    std::u16string Path() const { return WideFromUser("/proc/self/fd/" + std::to_string(file)); }
+
+private:
+    int file;
+};
+
 using GetBody = const char16_t *(IMimeMessage::*)() const;
 using SetBody = void (IMimeMessage::*)(const char16_t *text);
 
@@ -56,7 +83,11 @@ void ApplyBody(IMimeMessage &message, const Body &body, std::int32_t mode, GetBo
     if (body.text) {
         (message.*set)(body.text->c_str());
     } else if (!body.path.empty()) {
-        message.LoadBodyFromFile(body.path.c_str(), mode);
+        if (body.path == u"-") {
+            message.LoadBodyFromFile(CStandardInput().Path().c_str(), mode);
+        } else {
+            message.LoadBodyFromFile(body.path.c_str(), mode);
+        }
         if (*(message.*get)() == u'\0') {
             RefuseFile(body.path, "missing, empty, locked, unreadable, or not a regular file");
         }

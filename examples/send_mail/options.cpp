@@ -136,6 +136,7 @@ using Value = const std::string &;
 
 constexpr const char *TextOption = "text";
 constexpr const char *HtmlOption = "html";
+constexpr const char *VersionOption = "version";
 constexpr const char *HelpOption = "help";
 
 const OptionRow Rows[] = {
@@ -210,12 +211,12 @@ const OptionRow Rows[] = {
     {"", "", "Content (line ends become CR LF)", nullptr},
     {TextOption, "TEXT", "plain text body",
      [](Options &o, Value v) { o.text.text = WideFromUser(v); }},
-    {"text-file", "PATH", "plain text body from a file",
+    {"text-file", "PATH", "plain text body from a file; - is the standard input",
      [](Options &o, Value v) { o.text.path = WideFromUser(v); }},
     {"text-encoding", "WORD", "of that file: utf-8, the default, or locale",
      [](Options &o, Value v) { o.text.fileIsUtf8 = ParseIsUtf8(v); }},
     {HtmlOption, "TEXT", "HTML body", [](Options &o, Value v) { o.html.text = WideFromUser(v); }},
-    {"html-file", "PATH", "HTML body from a file",
+    {"html-file", "PATH", "HTML body from a file; - is the standard input",
      [](Options &o, Value v) { o.html.path = WideFromUser(v); }},
     {"html-encoding", "WORD", "of that file: utf-8, the default, or locale",
      [](Options &o, Value v) { o.html.fileIsUtf8 = ParseIsUtf8(v); }},
@@ -237,6 +238,7 @@ const OptionRow Rows[] = {
      [](Options &o, Value) { o.inBackground = true; }},
     {"verbose", nullptr, "show the conversation, without secrets, and what libcurl reports",
      [](Options &o, Value) { o.isVerbose = true; }},
+    {VersionOption, nullptr, "show the version", nullptr},
     {HelpOption, nullptr, "show this", nullptr},
 };
 
@@ -330,7 +332,11 @@ std::optional<Options> ParseOptions(int argc, char **argv) {
         }
         const OptionRow &row = Rows[found - FirstRowValue];
         if (row.take == nullptr) {
-            ShowHelp();
+            if (row.name == VersionOption) {
+                std::cout << "send_mail " SMTPCLIENT_VERSION "\n";
+            } else {
+                ShowHelp();
+            }
             return std::nullopt;
         }
         Take(row, ::optarg != nullptr ? ::optarg : "", options);

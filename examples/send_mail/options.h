@@ -65,7 +65,8 @@ struct Options {
     bool isVerbose = false;
 };
 
-/// Throws CUsageError. No value if only help was asked for, which has then been shown.
+/// Throws CUsageError. No value if only help or the version was asked for, which has then
+/// been shown.
 std::optional<Options> ParseOptions(int argc, char **argv);
 
 #endif  // EXAMPLES_SEND_MAIL_OPTIONS_H

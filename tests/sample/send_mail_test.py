@@ -6,6 +6,7 @@ import email.policy
 import os
 import pathlib
 import pty
+import re
 import subprocess
 import sys
 import tempfile
@@ -33,9 +34,9 @@ class Tool(unittest.TestCase):
 
 
 class Options(Tool):
-    def send(self, status, message, *arguments):
+    def send(self, status, message, *arguments, standard_input=b''):
         done = subprocess.run(self.command + [*arguments], cwd=self.folder, env=self.environment,
-                              capture_output=True, timeout=120)
+                              input=standard_input, capture_output=True, timeout=120)
         self.assertIn(message, (done.stderr if status else done.stdout).decode())
         self.assertEqual((done.returncode, done.stdout if status else done.stderr), (status, b''))
 
@@ -67,11 +68,20 @@ class Options(Tool):
         self.environment |= {'LC_ALL': 'de_DE.ISO-8859-1', 'LOCPATH': str(self.folder),
                              'ASAN_OPTIONS': 'detect_leaks=0'}
         self.send(0, KEPT, *LOGIN, PLAIN, '--text-file=lines', b'--from=Zo\xeb <a@example.org>')
-        for number, name in (1, 'Doe, J.'), (2, 'Zoë'):
+        self.send(0, KEPT, *LOGIN, PLAIN, '--text-file=-', b'--from=Zo\xeb <a@example.org>',
+                  standard_input=(self.folder / 'lines').read_bytes())
+        for number, name in (1, 'Doe, J.'), (2, 'Zoë'), (3, 'Zoë'):
             content = (self.folder / f'received/mail-{number}.eml').read_bytes()
             mail = email.message_from_bytes(content, policy=email.policy.default)
             self.assertEqual(mail['From'].addresses[0].display_name, name)
             self.assertIn(b'\r\n\r\na\r\nb\r\nc\r\n\r\n.\r\n\r\n--', content)
+
+
+    def test_manual_page_names_every_option(self):
+        manual = (pathlib.Path(SERVER).parent / 'send_mail/send_mail.1').read_text()
+        told = subprocess.run([SEND_MAIL, '--help'], capture_output=True, text=True).stdout
+        for option in re.findall(r'^  --([a-z-]+)', told, re.M):
+            self.assertIn(r'\-\-' + option.replace('-', r'\-'), manual)
 
 
 class OnTerminal(Tool):
