@@ -16,7 +16,7 @@ class CNestingImp final : public INesting {
 public:
     void Prepare() override {
         try {
-            GetResultCatalogue();  // At its first use it takes memory, which Finish must not lack.
+            GetResultCatalogue();  // Made now: in Finish there may be no memory for it.
             MakeSendHandles(record->sendHandles);
             record->result = PrepareSend(record->sendHandles, record->client.Get());
         } catch (const std::bad_alloc &) {
@@ -28,7 +28,8 @@ public:
         if (record->result == 0) {
             record->result = PerformTransfer(record->sendHandles, record->stopRequested);
         }
-        // Not left to the last stage: a report that nobody fetches would hold the connection.
+        // Released here rather than in Finish: a report that nobody fetches would keep the
+        // connection open.
         ReleaseSendHandles(record->sendHandles);
         if (record->result != CURLE_OK) {
             StayWhileProcessEnds();
@@ -36,7 +37,7 @@ public:
     }
 
     void Finish() override {
-        // The sink of this moment, not of the start.
+        // Asked for only now: the host may have set another sink since the send began.
         ICompletionSink *const sink = record->client->GetCompletionSink();
         if (sink == nullptr) {
             return;
@@ -49,7 +50,7 @@ public:
     AsyncTaskRecord *GetTaskData() const override { return record; }
 
 private:
-    /// Empty where memory has run out: the code alone is told then.
+    /// Empty where memory has run out. The sink is told the code alone then.
     static WideString TextFor(std::int32_t result) {
         WideString text;
         try {

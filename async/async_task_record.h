@@ -27,8 +27,9 @@ private:
     ISmtpClient *client;
 };
 
-/// One background send. Belongs to one stage at a time, and so needs no lock: to the caller of
-/// SendAsync, the worker, then the thread that reports, handed on through their queues.
+/// One background send. It belongs to one thread at a time and so needs no lock: first to the
+/// caller of SendAsync, then to the worker, then to the thread that reports. The queues between
+/// them hand it on.
 ///
 /// The worker frees the handles as soon as the transfer has ended; the record's end, which may end
 /// the client with it, frees those of a task that was removed from the queue.
@@ -40,7 +41,7 @@ struct AsyncTaskRecord {
     std::unique_ptr<INesting> nesting;
     std::int32_t taskId = 0;  ///< Set by the worker.
     std::int32_t result = 0;  ///< Internal code, of the preparation, then of the transfer.
-    /// Set by the worker, whose it is: the transfer has to stop.
+    /// Owned by the worker's shared state; true once the transfer must stop.
     const std::atomic<bool> *stopRequested = nullptr;
 };
 

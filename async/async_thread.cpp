@@ -22,7 +22,7 @@ public:
     explicit CTaskDone(TaskRecord toReport) : record(std::move(toReport)) {}
 
     void Run() override {
-        // Kept apart from the record, whose end may end the client and more.
+        // Taken out of the record, which Finish may outlive: its end may end the client.
         const std::unique_ptr<INesting> nesting = std::move(record->nesting);
         nesting->Finish();
         record.reset();
@@ -32,9 +32,10 @@ private:
     TaskRecord record;
 };
 
-/// A task and, made ahead, what carries it to its last stage: the worker needs no memory.
+/// A queued task. The entry that will carry it to the reporting thread is made together with it, so
+/// that the worker needs no memory to report.
 struct Task {
-    AsyncTaskRecord *record = nullptr;  ///< Inside report.
+    AsyncTaskRecord *record = nullptr;  ///< Owned by report.
     CCompletionQueue::Entry report;
 
     Task() = default;
@@ -49,7 +50,7 @@ using TaskTable = std::map<std::int32_t, Task>;
 /// What the client's thread and the worker share.
 class CAsyncThread::CSharedState {
 public:
-    /// Gives finished tasks their way back, to the calling thread, unless they have one.
+    /// Has finished tasks reported on the calling thread, unless an earlier call has chosen one.
     void BindToThisThread() {
         const CLock lock(mutex);
         if (doneQueue == nullptr) {
@@ -142,7 +143,7 @@ CAsyncThread::CAsyncThread() = default;
 
 CAsyncThread::~CAsyncThread() {
     if (!worker.IsStarted() || worker.IsLeftBehind()) {
-        return;  // In the child of a fork the worker may have left the lock held for ever.
+        return;  // In the child of a fork the lock may be held by a worker that does not exist.
     }
     const CUncancellable untilEnded;
     shared->Stop();

@@ -20,7 +20,7 @@ using SMTPClientNS::CSmtpClientWrapper;
 
 namespace {
 
-/// This thread's queue; null if there is no memory for one, so that nothing can wait in it.
+/// This thread's queue. Null if there is no memory for one; nothing can be waiting then.
 std::shared_ptr<CCompletionQueue> ThisQueue() {
     try {
         return CCompletionQueue::ForThisThread();

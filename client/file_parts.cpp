@@ -21,7 +21,8 @@ constexpr std::array<std::u16string_view, 10> ExtensionsKnownToCurl = {
     u".gif", u".jpg", u".jpeg", u".png", u".svg", u".txt", u".htm", u".html", u".pdf", u".xml",
 };
 
-/// A value that CURLOPT_READFUNCTION cannot mean: libcurl ends the transfer with CURLE_READ_ERROR.
+/// More than libcurl has asked for, which no read can give: it ends the transfer with
+/// CURLE_READ_ERROR.
 constexpr auto ReadFailed = static_cast<std::size_t>(-1);
 
 bool IsTypeKnownToCurl(const WideString &path) {
@@ -50,14 +51,15 @@ int RewindFile(void *file, curl_off_t offset, int origin) noexcept {
 }
 
 CURLcode TakeOver(const FilePart &part, CEncodedFile &file, curl_off_t encodedSize) {
-    curl_mime_encoder(part.part, nullptr);
+    curl_mime_encoder(part.part, nullptr);  // What we hand over is encoded already.
     CURLcode result =
         curl_mime_data_cb(part.part, encodedSize, &ReadFile, &RewindFile, nullptr, &file);
     if (result == CURLE_OK && !part.hasType && !IsTypeKnownToCurl(part.path)) {
         result = curl_mime_type(part.part, UnknownType);
     }
     if (result == CURLE_OK) {
-        // Ahead of the others, where libcurl would have put it.
+        // libcurl writes the headers of a part in this order. A part with an encoder has this one
+        // before those that it was given, so ours has to come first.
         std::vector<NarrowString> headers = {EncodingHeader};
         headers.insert(headers.end(), part.headers.begin(), part.headers.end());
         result = SetPartHeaders(part.part, headers);
@@ -76,7 +78,7 @@ CURLcode TakeOverFiles(SendHandles &handles) noexcept try {
             return CURLE_READ_ERROR;
         }
         CEncodedFile &file = handles.encodedFiles.emplace_back(part->path, status.size);
-        // The length of a file that is gone is not known, as libcurl has it.
+        // libcurl does the same: with a part of unknown length the mail is announced without SIZE.
         const auto size = status.kind == FileKind::Missing
                               ? curl_off_t{-1}
                               : static_cast<curl_off_t>(CEncodedFile::EncodedSize(status.size));

@@ -6,7 +6,7 @@
 #include <smtpclient/smtp_client.h>
 
 #include "client/send_handles.h"
-#include "client/transfer.h"  // Goes with it: the one header of this folder that async/ includes.
+#include "client/transfer.h"  // So that async/ includes one header of this folder.
 
 namespace SMTPClientNS {
 

@@ -17,7 +17,8 @@ public:
 
     void Set(std::u16string_view value) {
         Units replaced(value.size() + 1, u'\0');
-        value.copy(replaced.data(), value.size());  // It may be a part of what goes.
+        value.copy(replaced.data(),
+                   value.size());  // Copied first: value may point into the old text.
         units.swap(replaced);
     }
 
@@ -25,7 +26,7 @@ public:
     const char16_t *Get() const noexcept { return units.data(); }
 
 private:
-    /// No string: a short one would lie in the object itself.
+    /// A vector: strings keep short text inside the object, where no allocator wipes it.
     using Units = std::vector<char16_t, CWipingAllocator<char16_t>>;
 
     Units units = {u'\0'};

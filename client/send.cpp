@@ -28,7 +28,7 @@ std::int32_t CSmtpClientWrapper::Send() {
         }
         log.logLines = trace.Dialogue().TakeEntries(ClosingEntry(code));
     } catch (const std::bad_alloc &) {
-        // The log is lost. What became of the mail is not.
+        // Only the log is lost. The result of the send is known and still returned.
     }
     if (code != CURLE_OK) {
         StayWhileProcessEnds();
@@ -39,7 +39,7 @@ std::int32_t CSmtpClientWrapper::Send() {
 std::int32_t CSmtpClientWrapper::Prepare(std::optional<CRunningSend> &running) {
     try {
         running.emplace();
-        GetResultCatalogue();  // At its first use it takes memory, which the end must not lack.
+        GetResultCatalogue();  // Made now: at the end there may be no memory for it.
         MakeSendHandles(sendHandles);
         ClearLogStores(log);
         trace.SwitchOn(sendHandles.easyHandle.get());

@@ -15,8 +15,9 @@ struct AbandonedHandles {
     std::vector<CURL *> handles GUARDED_BY(mutex);
 };
 
-/// A connection that must not be touched: once the exit handlers of libcurl's libraries may have
-/// run, or where it is a parent's, too. The handle stays reachable until the process is gone.
+/// For a connection that must not be touched: the exit handlers of libcurl's libraries may have
+/// run, or a parent process still uses it. The handle is kept until the process is gone, so that
+/// leak checkers find it.
 void Abandon(CurlEasy handle) noexcept {
     static CNeverDestroyed<AbandonedHandles> abandoned;
     AbandonedHandles &keeper = abandoned.Get();
@@ -24,7 +25,7 @@ void Abandon(CurlEasy handle) noexcept {
     try {
         keeper.handles.push_back(handle.release());
     } catch (const std::bad_alloc &) {
-        // It stays all the same, if unreachable.
+        // Without memory for the list the handle is leaked, which does no harm.
     }
 }
 

@@ -38,7 +38,7 @@ const char16_t *CSmtpClientWrapper::GetLogText() {
         return u"";
     }
     const WideString text = JoinLogLines(log);
-    textBuffer = text;  // Copied, not moved: a text of the same length keeps its place.
+    textBuffer = text;  // Copied, not moved: the host's pointer to an equal text stays valid.
     return textBuffer.c_str();
 }
 
@@ -76,7 +76,8 @@ std::int32_t CSmtpClientWrapper::SetProxy(const char16_t *proxyHost, std::int32_
         proxyEnabled = false;
         return 0;
     }
-    // Without memory for all of it nothing changes: no proxy may get another's password.
+    // Everything that needs memory comes first. If it fails, nothing has changed: otherwise a proxy
+    // could be sent the password of another.
     WideString newHost = proxyHost;
     WideString newUserName = hasCredentials ? proxyUser : proxy.userName;
     if (hasCredentials) {

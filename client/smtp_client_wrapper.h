@@ -74,7 +74,8 @@ private:
     IMimeMessage *message = nullptr;            // The host's.
     ICompletionSink *completionSink = nullptr;  // The host's.
     CAsyncTask asyncTask;
-    CTransferTrace trace;     // Ahead of sendHandles: a handle reports as late as its end.
+    // Declared before sendHandles, so destroyed after: curl_easy_cleanup still calls it.
+    CTransferTrace trace;
     SendHandles sendHandles;  // Of the last Send.
     bool verifyStatus = false;
     bool proxyEnabled = false;

@@ -32,7 +32,8 @@ int StopIfRequested(void *stopRequested, curl_off_t /*downloadTotal*/, curl_off_
     return IsProcessEnding() || (stop != nullptr && stop->load()) ? 1 : 0;
 }
 
-/// CURLOPT_OPENSOCKETFUNCTION: libcurl's own sockets stay open in programs that the host executes.
+/// CURLOPT_OPENSOCKETFUNCTION. A socket that libcurl opens by itself would stay open in programs
+/// that the host executes.
 curl_socket_t OpenConnection(void * /*unused*/, curlsocktype /*purpose*/,
                              curl_sockaddr *address) noexcept {
     return OpenSocket(address->family, address->socktype, address->protocol);

@@ -21,8 +21,8 @@ enum ConvertResult : std::int32_t {
     ConvertFailed = -4,  ///< Stopped with some output written.
 };
 
-/// The outcome of a conversion. Behind size the buffer is zero, at least one byte of it, so that
-/// it also serves as 0-terminated text where the charset has no zero bytes.
+/// The outcome of a conversion. At least one zero byte follows the first size bytes, so that the
+/// buffer also serves as 0-terminated text where the charset has no zero bytes.
 struct ConvertedText {
     struct Freer {
         void operator()(char *owned) const noexcept { std::free(owned); }
@@ -45,9 +45,9 @@ public:
     /// The first conversion of all is to "utf-8", if that is asked for first, in the strict form:
     /// a lone surrogate is a failure. Every later opening drops it, one of "utf-8" too.
     ///
-    /// BUGS: nothing is added behind the last character. Text in a stateful charset does not shift
+    /// BUGS: nothing is added after the last character. Text in a stateful charset does not shift
     /// back, which readers cope with. In the few charsets whose characters may combine with the
-    /// next (BIG5-HKSCS, EUC-JISX0213) a last character that might is lost; a line end behind it
+    /// next (BIG5-HKSCS, EUC-JISX0213) a last character that might is lost; a line end after it
     /// helps.
     std::int32_t ConvertWideToCharset(const NarrowString &charsetName, const char16_t *text,
                                       ConvertedText &converted);

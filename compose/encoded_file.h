@@ -11,7 +11,7 @@
 namespace SMTPClientNS {
 
 /// A file as it stands in a mail: Base64 in lines of 76 characters (RFC 2045, section 6.8), CR LF
-/// between them and none behind the last.
+/// between them and none after the last.
 ///
 /// The file is open, and memory taken for it, from the first Read to the last.
 class CEncodedFile {

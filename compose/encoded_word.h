@@ -21,7 +21,7 @@ std::int32_t EncodeDisplayName(const NarrowString &charset, const char16_t *text
                                NarrowString &target);
 
 /// A subject: one word for each blank-ended piece that needs it, the others plain. Target, empty on
-/// entry, holds the pieces ahead of one that cannot be converted, which is reported to the user.
+/// entry, holds the pieces before one that cannot be converted, which is reported to the user.
 /// Always 1.
 std::int32_t EncodeSubject(const NarrowString &charset, const char16_t *text, NarrowString &target);
 
@@ -31,7 +31,7 @@ struct Segment {
     WideString text;
 };
 
-/// Cuts behind each blank; the segments put together give the text.
+/// Cuts after each blank; the segments put together give the text.
 std::vector<Segment> SplitSegments(const WideString &text);
 
 }  // namespace SMTPClientNS

@@ -18,9 +18,9 @@ namespace SMTPClientNS {
 ///     Message - ID: <0F0E0D0C-0B0A-4908-8706-050403020100@host>
 ///
 /// To, Cc and Bcc stand there if they have addresses. Addresses are in the system code page, names
-/// and subject in encoded words where they need it. The empty line behind the subject is part of
-/// the block: what follows it travels ahead of the first MIME boundary. A conversion that fails is
-/// reported to the user and leaves its text out.
+/// and subject in encoded words where they need it. The empty line after the subject is part of
+/// the block: what follows it stands in the mail before the first MIME boundary. A conversion that
+/// fails is reported to the user and leaves its text out.
 ///
 /// Without a client or a message, target stays as it was.
 void BuildHeaderBlock(const ISmtpClient *client, NarrowString &target);

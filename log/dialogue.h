@@ -33,7 +33,7 @@ public:
     /// A piece of the mail's text.
     void ClientSentMail(std::size_t size) noexcept { mailSize += size; }
 
-    /// The last complete reply but for the farewell, its lines joined by blanks behind the one
+    /// The last complete reply but for the farewell, its lines joined by blanks after the one
     /// code; empty before the first. "550 5.1.1 <x@example.org>: no such user"
     const NarrowString &LastReply() const noexcept { return lastReply; }
 
@@ -55,7 +55,7 @@ private:
     bool isGreeted = false;
     bool awaitsProxyAnswer = false;  ///< The client has spoken, and it was not to a mail server.
     bool inLogin = false;
-    /// Said by libcurl behind a refusal, too, whose reply is the one to keep.
+    /// QUIT was sent; its reply must not replace the refusal that may have come before.
     bool saidQuit = false;
 };
 

@@ -8,9 +8,10 @@
 
 namespace SMTPClientNS {
 
-/// Log entries, first in, first out, on their way to a file. Nothing reads one by itself, so that
-/// their borders are not kept: they lie one behind the other in chunks, which costs a large mail's
-/// million entries no memory beside their bytes, and which move with the queue uncopied.
+/// Log entries on their way to a file, first in, first out. They are only ever written together, so
+/// where one ends and the next begins is not kept: they stand one after the other in chunks. The
+/// million entries of a large mail so take no memory but that of their bytes, and moving the queue
+/// copies nothing.
 class CEntryQueue {
 public:
     using Chunks = std::list<TraceText>;

@@ -31,12 +31,13 @@ struct LogStores {
 std::atomic<LogStores *> processStores{nullptr};
 bool isWatchingForks = false;  // Touched inside a CFirstUse alone.
 
-/// The child of a fork starts afresh: a thread that it does not have may hold the parent's lock.
+/// The child of a fork makes stores of its own. The parent's lock may be held by a thread that does
+/// not exist in the child.
 void ForgetParentStores() noexcept {
     processStores.store(nullptr);
 }
 
-/// Left to the end of the process: threads of the host may send for as long as it lives.
+/// Never destroyed: threads of the host may send for as long as the process lives.
 LogStores &TheStores() {
     if (LogStores *const existing = processStores.load()) {
         return *existing;

@@ -17,7 +17,7 @@
 
 namespace SMTPClientNS {
 
-// A log pass closes the log of a send: it adds a result block behind the trace and moves all
+// A log pass closes the log of a send: it adds a result block to the end of the trace and moves all
 // entries of the store to the client that asks for its log. A further pass on the same send adds a
 // further block.
 
@@ -55,8 +55,8 @@ public:
     CRunningSend(const CRunningSend &) = delete;
     CRunningSend &operator=(const CRunningSend &) = delete;
 
-    /// Another Send has run meanwhile, for however short a time. startedSends is how many have
-    /// started by now.
+    /// Whether another Send has run meanwhile, for however short a time. startedSends is how many
+    /// have started by now.
     bool HasMetAnother(std::uint64_t startedSends) const noexcept {
         return !startedAlone || startedSends != startNumber;
     }
@@ -84,7 +84,7 @@ void MakeLogPass(ClientLog &client);
 /// All entries bound for the client's log file, oldest first.
 void ReadFileLines(const ClientLog &client, const LogEntryReader &read);
 
-/// HandOverTrace and MakeLogPass in one step, between which no other thread comes.
+/// HandOverTrace and MakeLogPass under one lock, so that no pass of another thread takes the trace.
 void HandOverTraceAndMakeLogPass(CTransferTrace &trace, const CRunningSend &send,
                                  ClientLog &client);
 

@@ -14,7 +14,7 @@ namespace SMTPClientNS {
 /// Receives log entries one by one; gives false to be told no more.
 using LogEntryReader = std::function<bool(std::string_view entry)>;
 
-/// The last entry of a trace, and behind it the result block of each log pass made since.
+/// The last entry of a trace, followed by the result block of each log pass made since.
 ///
 /// The entry of a pass is all that stands here when the pass is made. So the entries are prefixes
 /// of this one text, and only their lengths are kept: a host that polls GetLogText would otherwise

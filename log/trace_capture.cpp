@@ -31,7 +31,8 @@ int CTransferTrace::TraceCallback(CURL * /*handle*/, curl_infotype type, char *d
     if (self.collecting) {
         try {
             self.Collect(type, {data, size});
-        } catch (const std::exception &) {  // No memory, and no failure may pass through libcurl.
+        } catch (const std::exception
+                     &) {  // No memory. Nothing may be thrown through libcurl, which is C.
             self.scratch.clear();
         }
     }

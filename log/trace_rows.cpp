@@ -18,8 +18,8 @@ std::size_t FindRowBreak(std::string_view rest) {
     return std::min(rest.substr(0, LongestRow + LineEnd.size()).find(LineEnd), rest.size());
 }
 
-/// Without a branch and over a whole row, so that the compiler makes vector code of it, and
-/// appended at once: a mail of any size passes here byte by byte.
+/// Every byte of a mail passes here. The loop has no branch and a fixed length, so that the
+/// compiler makes vector code of it, and the row is appended in one call.
 void AppendRow(char label, std::string_view bytes, TraceText &target) {
     std::array<unsigned char, RowCapacity> row = {};
     std::memcpy(row.data() + RowHeadLength, bytes.data(), bytes.size());

@@ -11,7 +11,7 @@ namespace SMTPClientNS {
 /// message with the path as path and as id, and the value gets "cid:" (RFC 2392) in front:
 /// `<img src="a.png">` becomes `<img src="cid:a.png">`, whether or not the file exists.
 ///
-/// A plain text scan, no HTML parser: a tag runs from the first `<` behind the previous `>` up to
+/// A plain text scan, no HTML parser: a tag runs from the first `<` after the previous `>` up to
 /// the next `>`; attribute names, comments, entities and single quotes mean nothing to it. It is
 /// not idempotent.
 void ScanHtmlImages(IMimeMessage &message);

@@ -164,7 +164,8 @@ std::int32_t CMimeMessage::SetSender(const char16_t *address, const char16_t *na
     if (!IsValidAddress(address)) {
         return Refused;
     }
-    // Made whole first: either text may be one that the sender holds now.
+    // Both are copied before either is replaced: the host may pass a text that the sender holds
+    // now.
     sender = MailAddress{IsEmpty(name) ? sender.name : WideString(name), address};
     return 1;
 }

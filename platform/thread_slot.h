@@ -5,8 +5,8 @@ namespace SMTPClientNS {
 
 /// A place for one pointer in every thread, given to a function of ours when the thread ends.
 ///
-/// The thread that ends the process does not come there: what its place holds stays usable for
-/// whatever still runs then, static destructors included, which no thread_local object offers.
+/// For the thread that ends the process that function is not called: what its place holds stays
+/// usable for static destructors. A thread_local object would be gone by then.
 /// Slots are made once and are never given back.
 class CThreadSlot {
 public:

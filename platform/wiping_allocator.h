@@ -8,8 +8,8 @@
 
 namespace SMTPClientNS {
 
-/// Overwrites what a container gives back, at its end and whenever it grows: for text with secrets
-/// in it. What a string keeps in its own object, a short text, no allocator gets to see.
+/// Overwrites the memory that a container gives back, at its end and whenever it grows: for text
+/// with secrets in it. A string keeps short text inside the object, which no allocator sees.
 template <typename T>
 struct CWipingAllocator {
     using value_type = T;

@@ -25,11 +25,11 @@ std::atomic<bool> processEnding{false};
 std::atomic<int> uses{0};
 thread_local int usesOfThisThread = 0;
 
-// Set before processEnding is.
+// Both are set before processEnding, so whoever sees that true may read them.
 std::atomic<Clock::time_point> endDeadline{};
 std::atomic<std::thread::id> endingThread{};
 
-/// Threads of the parent do not exist in the child, nor do their transfers.
+/// In the child of a fork: the other threads and their transfers exist in the parent alone.
 void ForgetUsesOfOtherThreads() noexcept {
     uses.store(usesOfThisThread);
 }

@@ -9,7 +9,7 @@ namespace SMTPClientNS {
 ///
 /// The first use of the process makes libcurl's global initialisation, which is never undone: a
 /// host may use libcurl, too. When the process ends while others run transfers, the exit handlers
-/// of libcurl's own libraries pull the floor from under them: a TLS handshake then crashes. So an
+/// of the libraries below libcurl free what they use: a TLS handshake then crashes. So an
 /// exit handler of ours, which runs ahead of theirs, tells running transfers to stop and waits up
 /// to 2 s for every use to end. Later uses are refused.
 ///

@@ -29,8 +29,9 @@ std::vector<WideString> CollectEnvelopeAddresses(const IMimeMessage &message) {
     return addresses;
 }
 
-/// Appends one entry behind tail and gives the new tail; null if libcurl has no memory for it. It
-/// walks a list to its end at each append, so it is given the end.
+/// Appends one entry after tail and gives the new tail; null if libcurl has no memory for it.
+/// curl_slist_append walks from the entry that it is given to the end of the list, so it is given
+/// the last one: appending to the first would make many recipients cost quadratic time.
 curl_slist *AppendBehind(curl_slist *tail, CurlList &list, const NarrowString &entry) {
     curl_slist *const result = curl_slist_append(tail, entry.c_str());
     if (result == nullptr || list != nullptr) {

@@ -63,7 +63,7 @@ constexpr std::array<SourceRow, 19> SourceRows = {{
      u"受信者が指定されていません。"},
 }};
 
-/// Anywhere in the name: no other language has texts of its own that it could be taken for.
+/// Looked for anywhere in the name. That is harmless, as only Japanese has texts of its own.
 constexpr std::u16string_view JapaneseMark = u"ja";
 
 bool CodePageCarriesJapanese() {

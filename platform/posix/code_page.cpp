@@ -28,8 +28,9 @@ public:
     /// Converts all of input. faultLength tells how many bytes to replace at a place that cannot
     /// be converted.
     ///
-    /// At a fault the C library converts again all that it was offered before. That is why little
-    /// is offered behind a fault: a text of nothing but faults would take a hundred times as long.
+    /// The C library converts all that it was offered up to a fault, and again when it goes on. So
+    /// little is offered after a fault: a text of nothing but faults would else take a hundred
+    /// times as long.
     template <typename FaultLength>
     NarrowString Run(std::string_view input, std::string_view replacement,
                      const FaultLength &faultLength) const {

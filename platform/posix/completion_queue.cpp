@@ -19,8 +19,8 @@ struct Holder {
     std::uint32_t generation;
 };
 
-// The counter is 0 or 1 and the descriptor does not block: with a descriptor neither call can fail
-// or be interrupted, and without one both do nothing.
+// The counter of the descriptor is 0 or 1, and the descriptor does not block. So neither call can
+// fail or be interrupted. Without a descriptor both fail with EBADF, which is as good as nothing.
 
 void Raise(const CUniqueFd &eventFd) {
     const std::uint64_t one = 1;
@@ -41,7 +41,7 @@ std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
     if (holder != nullptr && holder->generation == ForkGeneration()) {
         return holder->queue;
     }
-    // A parent's holder is left alone: its lock may have been held by another thread at the fork.
+    // A parent's holder is not even freed: another thread may have held its lock at the fork.
     auto fresh = std::make_unique<Holder>();
     fresh->queue = std::make_shared<CCompletionQueue>();
     fresh->generation = ForkGeneration();
@@ -67,7 +67,7 @@ CCompletionQueue::Entry CCompletionQueue::MakeEntry(Work work) {
 void CCompletionQueue::Post(Entry entry) noexcept {
     const CLock lock(mutex);
     if (closed) {
-        return;  // The work ends with the argument, behind the lock.
+        return;  // The work is destroyed with the argument, after unlocking.
     }
     if (waiting.empty()) {
         Raise(eventFd);
@@ -94,7 +94,7 @@ int CCompletionQueue::Dispatch() {
     int handled = 0;
     for (; limit > 0; --limit) {
         const Work work = TakeFirst();
-        if (work == nullptr) {  // A dispatch inside this one has taken the rest.
+        if (work == nullptr) {  // A nested call, from inside a sink, has taken the rest.
             break;
         }
         work->Run();
@@ -128,7 +128,7 @@ CCompletionQueue::Work CCompletionQueue::TakeFirst() {
 }
 
 void CCompletionQueue::Close() {
-    std::list<Work> dropped;  // Ends behind the lock: ending work may end a client.
+    std::list<Work> dropped;  // Destroyed after unlocking: that may end a client.
     const CLock lock(mutex);
     closed = true;
     dropped.swap(waiting);

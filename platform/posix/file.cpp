@@ -130,7 +130,7 @@ std::optional<FileVersion> GetFileVersion(const char *systemPath) noexcept {
 std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t sizeLimit) {
     const CLockedFd file = OpenFile(path, O_RDONLY);
     struct stat status = {};
-    // Its size under the lock: who has held it may have been writing.
+    // The size is asked under the lock: before, another program may still have been writing.
     if (!file || !Lock(file, LOCK_SH) || ::fstat(file.Get(), &status) != 0 ||
         !S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) >= sizeLimit) {
         return std::nullopt;
@@ -161,7 +161,7 @@ std::optional<std::size_t> CInputFile::Read(char *target, std::size_t size) cons
 CExclusiveFile CExclusiveFile::Replace(const WideString &path) {
     CExclusiveFile result;
     CLockedFd file = OpenFile(path, O_RDWR | O_CREAT);
-    // Emptied only under the lock: who holds it may be writing.
+    // Emptied only under the lock: whoever holds it may be writing.
     if (file && !IsPipe(file) && Lock(file, LOCK_EX) && Empty(file)) {
         result.file = std::move(file);
     }

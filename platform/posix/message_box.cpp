@@ -24,7 +24,8 @@ MessageBox CurrentBox() {
 }  // namespace
 
 void ShowMessageBox(const WideString &text, const WideString &caption, std::uint32_t style) {
-    const MessageBox box = CurrentBox();  // Called without the lock: it may block for long.
+    const MessageBox box =
+        CurrentBox();  // Copied, and called without the lock: it may block for long.
     if (box.show != nullptr) {
         box.show(text.c_str(), caption.c_str(), style, box.context);
         return;

@@ -23,7 +23,7 @@ struct CWorkerThread::Thread {
     bool hasEnded GUARDED_BY(mutex) = false;
 
     static void *Run(void *argument) noexcept {
-        // The argument is this thread's own share of the ownership.
+        // The argument keeps the record alive for as long as this thread runs.
         const std::unique_ptr<std::shared_ptr<Thread>> share(
             static_cast<std::shared_ptr<Thread> *>(argument));
         Thread &self = **share;
@@ -84,7 +84,7 @@ bool CWorkerThread::Start(std::function<void()> body) {
     if (::pthread_create(&starting->id, attributes.Get(), &Thread::Run, share.get()) != 0) {
         return false;
     }
-    static_cast<void>(share.release());  // The new thread's now.
+    static_cast<void>(share.release());  // The new thread owns it now.
     thread = std::move(starting);
     return true;
 }
