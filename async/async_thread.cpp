@@ -1,7 +1,6 @@
 #include "async/async_thread.h"
 
 #include <condition_variable>
-#include <deque>
 #include <map>
 #include <utility>
 
@@ -60,9 +59,8 @@ public:
 
     void Queue(std::int32_t taskId, Task task) {
         const CLock lock(mutex);
-        messages.push_back(taskId);  // First: one without its task is harmless.
         tasks.emplace(taskId, std::move(task));
-        hasMessage.notify_one();
+        hasTask.notify_one();
     }
 
     /// The task of that id; an empty one if it is not queued (any more).
@@ -85,23 +83,24 @@ public:
     void Stop() {
         stopRequested.store(true);
         const CLock lock(mutex);
-        hasMessage.notify_one();
+        hasTask.notify_one();
     }
 
     /// The next task to run; an empty one when the worker has to leave. Waits for either.
     Task WaitForTask() {
-        for (;;) {
-            const std::int32_t taskId = WaitForMessage();
-            if (taskId == StopWorker) {
-                return {};
-            }
-            // Gone if it was removed since its message was posted.
-            if (Task task = Take(taskId); task.record != nullptr) {
-                task.record->taskId = taskId;
-                task.record->stopRequested = &stopRequested;
-                return task;
-            }
+        const CLock lock(mutex);
+        while (tasks.empty() && !stopRequested.load()) {
+            hasTask.wait(mutex);
         }
+        if (stopRequested.load()) {
+            return {};
+        }
+        const auto first = tasks.begin();
+        Task task = std::move(first->second);
+        task.record->taskId = first->first;
+        task.record->stopRequested = &stopRequested;
+        tasks.erase(first);
+        return task;
     }
 
     void Report(Task task) noexcept {
@@ -116,25 +115,11 @@ public:
     }
 
 private:
-    static constexpr std::int32_t StopWorker = 0;  // No task has this id.
-
-    std::int32_t WaitForMessage() {
-        const CLock lock(mutex);
-        while (messages.empty() && !stopRequested.load()) {
-            hasMessage.wait(mutex);
-        }
-        if (stopRequested.load()) {
-            return StopWorker;
-        }
-        const std::int32_t message = messages.front();
-        messages.pop_front();
-        return message;
-    }
-
     CMutex mutex;
-    std::condition_variable_any hasMessage;
-    std::deque<std::int32_t> messages GUARDED_BY(mutex);
-    TaskTable tasks GUARDED_BY(mutex);  ///< Queued, and not yet taken up by the worker.
+    std::condition_variable_any hasTask;
+    /// Queued, and not yet taken up by the worker. The map is the queue: ids rise, so that its
+    /// order is that of the calls of SendAsync.
+    TaskTable tasks GUARDED_BY(mutex);
     std::shared_ptr<CCompletionQueue> doneQueue GUARDED_BY(mutex);
     std::atomic<bool> stopRequested{false};
 };
