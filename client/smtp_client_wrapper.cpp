@@ -5,6 +5,7 @@
 
 #include "compose/text_conversion.h"
 #include "log/log_file.h"
+#include "log/log_text.h"
 
 namespace SMTPClientNS {
 namespace {

@@ -1,7 +1,7 @@
 #include <cstdio>
 
 #include "fuzz/fuzz_input.h"
-#include "log/log_file.h"
+#include "log/log_text.h"
 #include "log/trace_capture.h"
 #include "log/trace_rows.h"
 

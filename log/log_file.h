@@ -12,12 +12,6 @@ namespace SMTPClientNS {
 /// A file that cannot be opened, locked or written loses them without a report.
 void WriteFileLines(const ClientLog &client, const WideString &path, bool append);
 
-/// logLines, joined, in UTF-16.
-WideString JoinLogLines(const ClientLog &client);
-
-/// The last of logLines in UTF-16; empty if there is none.
-WideString LastLogLine(const ClientLog &client);
-
 }  // namespace SMTPClientNS
 
 #endif  // LOG_LOG_FILE_H
