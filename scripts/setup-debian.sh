@@ -2,7 +2,7 @@
 # Installs what Debian 12 needs for a purpose, if it is missing. Without anything missing it needs
 # neither the network nor root.
 #
-# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop
+# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop|outbox
 set -euo pipefail
 
 is_installed() {
@@ -21,6 +21,9 @@ case $purpose in
     build) ;;
     demo) packages+=("${server[@]}") ;;
     dev | asan | tsan | interop) packages+=("${tests[@]}") ;;
+    outbox)
+        packages+=("${tests[@]}" postgresql libpq-dev libcli11-dev nlohmann-json3-dev python3-psycopg2)
+        ;;
     clang) packages+=("${tests[@]}" clang) ;;
     release) packages+=("${tests[@]}" libbenchmark-dev libssl-dev) ;;
     bench) packages+=(libbenchmark-dev libssl-dev openssl python3-matplotlib) ;;
