@@ -4,9 +4,7 @@
 #include <iostream>
 #include <map>
 
-using SMTPClientNS::ICompletionSink;
-using SMTPClientNS::IMimeMessage;
-using SMTPClientNS::ISmtpClient;
+#include <smtpclient/mail.h>
 
 namespace {
 
@@ -14,78 +12,55 @@ namespace {
 constexpr int SenderCount = 2;
 constexpr int MailsPerSender = 3;
 
-template <typename T>
-struct Releaser {
-    void operator()(T *owned) const { owned->Release(); }
-};
-using Client = std::unique_ptr<ISmtpClient, Releaser<ISmtpClient>>;
-using Message = std::unique_ptr<IMimeMessage, Releaser<IMimeMessage>>;
-
-std::u16string Wide(const std::string &ascii) {
-    return {ascii.begin(), ascii.end()};
-}
-
 void ShowLine(const std::string &line) {
     std::cout << line << '\n' << std::flush;
 }
 
 }  // namespace
 
-/// A client and its mails, and the sink that hears of them.
-class CMailingHost::CSender final : public ICompletionSink {
+/// A client and its mails.
+class CMailingHost::CSender {
 public:
     CSender(int number, const std::string &server, std::int32_t port)
-        : name(std::to_string(number)), client(CreateSmtpClient()) {
-        client->SetHost(Wide(server).c_str());
-        client->SetPort(port);
-        // For a test server: no TLS, and a login that it need not check.
-        client->SetUseTls(false);
-        client->SetUserName(u"user");
-        client->SetPassword(u"password");
-        client->SetCompletionSink(this);
+        : name(std::to_string(number)), client(server, port) {
+        // For a test server, which need not check the login.
+        client.WithoutTls().Login("user", "password");
     }
 
     void Queue() {
-        const Message message(CreateMimeMessage());
-        message->SetSender(u"sender@example.org", u"Event loop");
-        message->AddRecipient(u"recipient@example.org", nullptr);
-        message->SetSubject(Wide("Mail of client " + name).c_str());
-        message->SetTextBody(u"Sent in the background.\r\n");
-        client->SetMessage(message.get());
-        const std::int32_t taskId = client->SendAsync();
-        states[taskId] = taskId > 0 ? State::UnderWay : State::Failed;
-        ShowLine("queued " + NameOf(taskId));
-        client->SetMessage(nullptr);  // It ends here: the mail has been composed.
+        smtpclient::Message message;  // May end here: the mail is composed by Send.
+        message.From("sender@example.org", "Event loop").To("recipient@example.org");
+        message.Subject("Mail of client " + name).Text("Sent in the background.\n");
+        const int mail = static_cast<int>(states.size()) + 1;
+        states[mail] = State::UnderWay;
+        lastTask = client.Send(message, [this, mail](const smtpclient::Outcome &outcome) {
+            states[mail] = outcome ? State::Sent : State::Failed;
+            ShowLine((outcome ? "sent " : "failed ") + NameOf(mail) +
+                     (outcome ? "" : ": " + outcome.text));
+        });
+        ShowLine("queued " + NameOf(mail));
     }
 
     /// Only a mail whose transfer has not begun can be taken back: the last one, if any.
     void CancelLast() {
-        const std::int32_t taskId = states.rbegin()->first;
-        if (client->CancelAsync(taskId) == 1) {
-            states[taskId] = State::Cancelled;  // The sink does not hear of it.
-            ShowLine("cancelled " + NameOf(taskId));
+        const int mail = states.rbegin()->first;
+        if (client.Cancel(lastTask)) {
+            states[mail] = State::Cancelled;  // Its callback is gone.
+            ShowLine("cancelled " + NameOf(mail));
         }
-    }
-
-    void OnSendComplete(std::int32_t taskId, std::int32_t code,
-                        const char16_t * /*text*/) override {
-        const bool sent = code == SMTPClientNS::ResultSuccess;
-        states[taskId] = sent ? State::Sent : State::Failed;
-        ShowLine((sent ? "sent " : "failed ") + NameOf(taskId) +
-                 (sent ? "" : ", code " + std::to_string(code)));
     }
 
     std::string Summary() const {
         std::string summary;
-        for (const auto &[taskId, state] : states) {
-            summary += "  " + NameOf(taskId) + " " + StateText(state);
+        for (const auto &[mail, state] : states) {
+            summary += "  " + NameOf(mail) + " " + StateText(state);
         }
         return summary;
     }
 
     std::size_t Count(State wanted) const {
         std::size_t count = 0;
-        for (const auto &[taskId, state] : states) {
+        for (const auto &[mail, state] : states) {
             count += state == wanted ? 1 : 0;
         }
         return count;
@@ -106,11 +81,12 @@ private:
         return "";
     }
 
-    std::string NameOf(std::int32_t taskId) const { return name + "." + std::to_string(taskId); }
+    std::string NameOf(int mail) const { return name + "." + std::to_string(mail); }
 
     std::string name;
-    std::map<std::int32_t, State> states;
-    Client client;
+    std::map<int, State> states;
+    smtpclient::Client client;
+    std::int32_t lastTask = 0;
 };
 
 CMailingHost::CMailingHost(const std::string &server, std::int32_t port) {

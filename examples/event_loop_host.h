@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <smtpclient/smtpclient.h>
+#include <smtpclient/host_platform.h>
 
 /// A host that sends several mails at once in the background, takes one back, and shows how they
 /// fare; all but its event loop. Everything runs on the loop's thread.

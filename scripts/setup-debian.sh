@@ -2,7 +2,7 @@
 # Installs what Debian 12 needs for a purpose, if it is missing. Without anything missing it needs
 # neither the network nor root.
 #
-# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop|outbox
+# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop|outbox|docs
 set -euo pipefail
 
 is_installed() {
@@ -16,13 +16,15 @@ if ! is_installed libcurl4-gnutls-dev && ! is_installed libcurl4-nss-dev; then
     packages+=(libcurl4-openssl-dev libssl-dev)
 fi
 server=(python3-aiosmtpd openssl ca-certificates)
-tests=(libgtest-dev "${server[@]}" locales libglib2.0-dev libuv1-dev libasio-dev)
+tests=(libgtest-dev "${server[@]}" locales libglib2.0-dev libuv1-dev libasio-dev
+    nlohmann-json3-dev)
 case $purpose in
     build) ;;
+    docs) packages=(doxygen) ;;
     demo) packages+=("${server[@]}") ;;
     dev | asan | tsan | interop) packages+=("${tests[@]}") ;;
     outbox)
-        packages+=("${tests[@]}" postgresql libpq-dev libcli11-dev nlohmann-json3-dev python3-psycopg2)
+        packages+=("${tests[@]}" postgresql libpq-dev libcli11-dev python3-psycopg2)
         ;;
     clang) packages+=("${tests[@]}" clang) ;;
     release) packages+=("${tests[@]}" libbenchmark-dev libssl-dev) ;;

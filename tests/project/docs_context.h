@@ -1,0 +1,48 @@
+// What the samples of the documentation take for granted.
+
+#include <poll.h>
+#include <sys/epoll.h>
+
+#include <asio.hpp>
+#include <chrono>
+#include <coroutine>
+#include <cstdlib>
+#include <functional>
+#include <glib-unix.h>
+#include <smtpclient/mail.h>
+#include <stdexcept>
+#include <string>
+#include <uv.h>
+
+#if __has_include(<QSocketNotifier>)
+#include <QSocketNotifier>
+#endif
+
+inline smtpclient::Client client("mail.example.org");
+inline smtpclient::Message message;
+inline std::string typedByTheUser, user, token;
+inline struct {
+    std::string Token();
+    void Discard();
+} tokens;
+
+inline int epoll;
+inline uv_loop_t *loop;
+inline uv_poll_t mailEvents;
+inline asio::io_context context;
+
+void Show(const smtpclient::Outcome &outcome);
+void ShowNote(const std::string &text);
+void Save(const std::string &log);
+void AskForPassword();
+void TryAgainLater();
+
+struct Task {
+    struct promise_type {
+        Task get_return_object() { return {}; }
+        std::suspend_never initial_suspend() { return {}; }
+        std::suspend_never final_suspend() noexcept { return {}; }
+        void return_void() {}
+        void unhandled_exception() {}
+    };
+};
