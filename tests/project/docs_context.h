@@ -1,18 +1,20 @@
 // What the samples of the documentation take for granted.
 
+#include <glib-unix.h>
 #include <poll.h>
 #include <sys/epoll.h>
+#include <uv.h>
 
-#include <asio.hpp>
 #include <chrono>
 #include <coroutine>
 #include <cstdlib>
 #include <functional>
-#include <glib-unix.h>
-#include <smtpclient/mail.h>
 #include <stdexcept>
 #include <string>
-#include <uv.h>
+
+#include <smtpclient/mail.h>
+
+#include <asio.hpp>
 
 #if __has_include(<QSocketNotifier>)
 #include <QSocketNotifier>
