@@ -23,7 +23,7 @@
 inline smtpclient::Client client("mail.example.org");
 inline smtpclient::Message message;
 inline std::string typedByTheUser, user, token;
-inline struct {
+inline struct Tokens {
     std::string Token();
     void Discard();
 } tokens;
