@@ -36,7 +36,8 @@ int StopIfRequested(void *stopRequested, curl_off_t /*downloadTotal*/, curl_off_
 /// that the host executes.
 curl_socket_t OpenConnection(void * /*unused*/, curlsocktype /*purpose*/,
                              curl_sockaddr *address) noexcept {
-    return OpenSocket(address->family, address->socktype, address->protocol);
+    return static_cast<curl_socket_t>(
+        OpenSocket(address->family, address->socktype, address->protocol));
 }
 
 }  // namespace

@@ -17,7 +17,8 @@ option(SMTPCLIENT_SHARE_TRUST_STORE
 if(SMTPCLIENT_SHARE_TRUST_STORE)
     set(trust_store_libraries OpenSSL::SSL OpenSSL::Crypto)
     smtpclient_depend(OpenSSL 3.0 "${trust_store_libraries}" -lssl -lcrypto)
-    set(trust_store_source transport/trust_store_openssl.cpp)
+    set(trust_store_source
+        transport/trust_store_openssl.cpp platform/posix/file_version.cpp)
 else()
     set(trust_store_libraries "")
     set(trust_store_source transport/trust_store_none.cpp)

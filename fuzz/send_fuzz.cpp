@@ -2,7 +2,7 @@
 #include <thread>
 
 #include "fuzz/fuzz_input.h"
-#include "platform/unique_fd.h"
+#include "platform/posix/unique_fd.h"
 #include "tests/support/host_tools.h"
 #include "tests/support/loopback.h"
 

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "platform/text_types.h"
-#include "platform/unique_fd.h"
 
 namespace SMTPClientNS {
 
@@ -29,25 +28,6 @@ struct FileStatus {
 
 FileStatus GetFileStatus(const WideString &path);
 
-/// Tells a file from whatever stood at its path before: another file, or other bytes in it.
-struct FileVersion {
-    std::uint64_t device = 0;
-    std::uint64_t number = 0;
-    std::int64_t size = 0;
-    std::int64_t modified = 0;  ///< Nanoseconds since 1970.
-    std::int64_t changed = 0;   ///< As well; nobody can set it.
-    bool isSettled = false;     ///< Changed long enough ago that a new change gives a new version.
-
-    bool operator==(const FileVersion &other) const noexcept {
-        return device == other.device && number == other.number && size == other.size &&
-               modified == other.modified && changed == other.changed;
-    }
-};
-
-/// The version of the regular file that a path leads to; none if there is no such file. The path is
-/// spelt as the C library's functions take it.
-std::optional<FileVersion> GetFileVersion(const char *systemPath) noexcept;
-
 /// All bytes of a regular file, opened without sharing: the open fails while another open of the
 /// file, by this library or a program that cooperates, holds an exclusive flock, and keeps such
 /// an open from succeeding until the bytes are read.
@@ -56,23 +36,33 @@ std::optional<FileVersion> GetFileVersion(const char *systemPath) noexcept;
 /// sizeLimit bytes or more, or cannot be read.
 std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t sizeLimit);
 
-/// An open file, locked or not, whose lock goes before the descriptor does: the child of a fork may
-/// hold the descriptor for much longer, and would keep the lock with it.
-class CLockedFd {
+/// Owns an open file of the system's, locked or not. The lock goes before the file does.
+class CFileHandle {
 public:
-    CLockedFd() = default;
-    explicit CLockedFd(CUniqueFd owned) noexcept : descriptor(std::move(owned)) {}
-    CLockedFd(CLockedFd &&) = default;
-    CLockedFd &operator=(CLockedFd &&) = default;
-    CLockedFd(const CLockedFd &) = delete;
-    CLockedFd &operator=(const CLockedFd &) = delete;
-    ~CLockedFd();
+    static constexpr std::intptr_t None = -1;
 
-    int Get() const noexcept { return descriptor.Get(); }
-    explicit operator bool() const noexcept { return static_cast<bool>(descriptor); }
+    CFileHandle() = default;
+    explicit CFileHandle(std::intptr_t owned) noexcept : handle(owned) {}
+    CFileHandle(CFileHandle &&other) noexcept : handle(std::exchange(other.handle, None)) {}
+    CFileHandle &operator=(CFileHandle &&other) noexcept {
+        std::swap(handle, other.handle);
+        return *this;
+    }
+    CFileHandle(const CFileHandle &) = delete;
+    CFileHandle &operator=(const CFileHandle &) = delete;
+    ~CFileHandle() {
+        if (*this) {
+            Close();
+        }
+    }
+
+    std::intptr_t Get() const noexcept { return handle; }
+    explicit operator bool() const noexcept { return handle != None; }
 
 private:
-    CUniqueFd descriptor;
+    void Close() noexcept;
+
+    std::intptr_t handle = None;
 };
 
 /// A regular file that is open for reading; others may write to it meanwhile.
@@ -88,7 +78,7 @@ public:
     std::optional<std::size_t> Read(char *target, std::size_t size) const;
 
 private:
-    CUniqueFd file;
+    CFileHandle file;
 };
 
 /// A file that is open for writing under an exclusive flock, taken without waiting.
@@ -107,7 +97,7 @@ public:
     bool Write(std::string_view bytes) const;
 
 private:
-    CLockedFd file;
+    CFileHandle file;
 };
 
 }  // namespace SMTPClientNS

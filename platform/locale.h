@@ -5,13 +5,9 @@
 
 namespace SMTPClientNS {
 
-/// The language of the user's messages, as language and region: "ja-JP". From LC_ALL, LC_MESSAGES
-/// or LANG, the first that is set; empty for "C" and "POSIX", and if none is set.
+/// The language of the user's messages, as language and region: "ja-JP". Empty if the system names
+/// none.
 WideString UserLocaleName();
-
-/// The codeset of the user's texts, as the system spells it. From LC_ALL, LC_CTYPE or LANG, without
-/// a change to the locale of the process; empty for "C" and "POSIX", and if none is set or named.
-NarrowString UserCodeset();
 
 }  // namespace SMTPClientNS
 

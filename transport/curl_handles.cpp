@@ -1,5 +1,8 @@
 #include "transport/curl_handles.h"
 
+#include <cstdint>
+#include <optional>
+
 #include "platform/socket.h"
 
 namespace SMTPClientNS {
@@ -7,9 +10,10 @@ namespace SMTPClientNS {
 void CurlEasyCloser::operator()(CURL *handle) const noexcept {
     // The clean-up sends QUIT and would wait up to 120 s for a server that does not answer it.
     curl_socket_t socket = CURL_SOCKET_BAD;
+    std::optional<CFarewell> farewell;
     if (curl_easy_getinfo(handle, CURLINFO_ACTIVESOCKET, &socket) == CURLE_OK &&
         socket != CURL_SOCKET_BAD) {
-        StopReceiving(socket);
+        farewell.emplace(static_cast<std::intptr_t>(socket));
     }
     curl_easy_cleanup(handle);
 }

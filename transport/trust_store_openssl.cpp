@@ -8,7 +8,7 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/file.h"
+#include "platform/file_version.h"
 #include "platform/process.h"
 #include "platform/thread_safety.h"
 #include "transport/trust_store.h"

@@ -7,8 +7,8 @@
 
 #include "platform/ascii.h"
 #include "platform/iconv_descriptor.h"
-#include "platform/locale.h"
 #include "platform/never_destroyed.h"
+#include "platform/posix/codeset.h"
 #include "platform/process.h"
 #include "platform/utf8.h"
 

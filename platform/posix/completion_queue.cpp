@@ -3,21 +3,22 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <new>
 #include <utility>
 
+#include <smtpclient/host_platform.h>
+
 #include "platform/never_destroyed.h"
+#include "platform/posix/unique_fd.h"
 #include "platform/process.h"
+#include "platform/thread_safety.h"
 #include "platform/thread_slot.h"
 
 namespace SMTPClientNS {
 namespace {
-
-struct Holder {
-    std::shared_ptr<CCompletionQueue> queue;
-    std::uint32_t generation;
-};
 
 // The counter of the descriptor is 0 or 1, and the descriptor does not block. So neither call can
 // fail or be interrupted. Without a descriptor both fail with EBADF, which is as good as nothing.
@@ -32,9 +33,45 @@ void Lower(const CUniqueFd &eventFd) {
     [[maybe_unused]] const ssize_t taken = ::read(eventFd.Get(), &count, sizeof count);
 }
 
-}  // namespace
+/// A thread's one queue, made at its first use, and the descriptor that tells it of work.
+class CThreadQueue final : public CCompletionQueue {
+public:
+    void Post(Entry entry) noexcept override;
 
-std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
+    /// Owning thread only. Polls readable for exactly as long as the queue holds work; closed by
+    /// the last holder of the queue. -1 with errno set if the system gives none; the next call
+    /// tries again.
+    int Descriptor();
+
+    int Dispatch();
+    void WaitForWork(std::optional<std::chrono::steady_clock::time_point> deadline);
+
+    /// Drops what waits and what is still to come.
+    void Close();
+
+private:
+    Work TakeFirst();
+
+    CMutex mutex;
+    std::condition_variable_any hasWork;
+    std::list<Work> waiting GUARDED_BY(mutex);
+    CUniqueFd eventFd GUARDED_BY(mutex);
+    bool closed GUARDED_BY(mutex) = false;
+};
+
+struct Holder {
+    std::shared_ptr<CThreadQueue> queue;
+    std::uint32_t generation;
+};
+
+void EndThread(void *holder) noexcept {
+    const std::unique_ptr<Holder> ending(static_cast<Holder *>(holder));
+    if (ending->generation == ForkGeneration()) {
+        ending->queue->Close();
+    }
+}
+
+std::shared_ptr<CThreadQueue> ThisQueue() {
     static CNeverDestroyed<const CThreadSlot> perThread;
     const CThreadSlot &slot = perThread.Get([] { return CThreadSlot(EndThread); });
     auto *holder = static_cast<Holder *>(slot.Get());
@@ -43,7 +80,7 @@ std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
     }
     // A parent's holder is not even freed: another thread may have held its lock at the fork.
     auto fresh = std::make_unique<Holder>();
-    fresh->queue = std::make_shared<CCompletionQueue>();
+    fresh->queue = std::make_shared<CThreadQueue>();
     fresh->generation = ForkGeneration();
     if (!slot.Set(fresh.get())) {
         throw std::bad_alloc();
@@ -51,20 +88,16 @@ std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
     return fresh.release()->queue;
 }
 
-void CCompletionQueue::EndThread(void *holder) noexcept {
-    const std::unique_ptr<Holder> ending(static_cast<Holder *>(holder));
-    if (ending->generation == ForkGeneration()) {
-        ending->queue->Close();
+/// Null if there is no memory for one; nothing can be waiting then.
+std::shared_ptr<CThreadQueue> ThisQueueIfAny() {
+    try {
+        return ThisQueue();
+    } catch (const std::bad_alloc &) {
+        return nullptr;
     }
 }
 
-CCompletionQueue::Entry CCompletionQueue::MakeEntry(Work work) {
-    Entry entry;
-    entry.push_back(std::move(work));
-    return entry;
-}
-
-void CCompletionQueue::Post(Entry entry) noexcept {
+void CThreadQueue::Post(Entry entry) noexcept {
     const CLock lock(mutex);
     if (closed) {
         return;  // The work is destroyed with the argument, after unlocking.
@@ -76,7 +109,7 @@ void CCompletionQueue::Post(Entry entry) noexcept {
     hasWork.notify_one();
 }
 
-int CCompletionQueue::Descriptor() {
+int CThreadQueue::Descriptor() {
     const CLock lock(mutex);
     if (!eventFd) {
         CUniqueFd made(::eventfd(waiting.empty() ? 0 : 1, EFD_CLOEXEC | EFD_NONBLOCK));
@@ -85,7 +118,7 @@ int CCompletionQueue::Descriptor() {
     return eventFd.Get();
 }
 
-int CCompletionQueue::Dispatch() {
+int CThreadQueue::Dispatch() {
     std::size_t limit = 0;
     {
         const CLock lock(mutex);
@@ -103,7 +136,7 @@ int CCompletionQueue::Dispatch() {
     return handled;
 }
 
-void CCompletionQueue::WaitForWork(Deadline deadline) {
+void CThreadQueue::WaitForWork(std::optional<std::chrono::steady_clock::time_point> deadline) {
     const CLock lock(mutex);
     while (waiting.empty()) {
         if (!deadline) {
@@ -114,7 +147,7 @@ void CCompletionQueue::WaitForWork(Deadline deadline) {
     }
 }
 
-CCompletionQueue::Work CCompletionQueue::TakeFirst() {
+CCompletionQueue::Work CThreadQueue::TakeFirst() {
     const CLock lock(mutex);
     if (waiting.empty()) {
         return nullptr;
@@ -127,11 +160,42 @@ CCompletionQueue::Work CCompletionQueue::TakeFirst() {
     return first;
 }
 
-void CCompletionQueue::Close() {
+void CThreadQueue::Close() {
     std::list<Work> dropped;  // Destroyed after unlocking: that may end a client.
     const CLock lock(mutex);
     closed = true;
     dropped.swap(waiting);
 }
 
+}  // namespace
+
+std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
+    return ThisQueue();
+}
+
+CCompletionQueue::Entry CCompletionQueue::MakeEntry(Work work) {
+    Entry entry;
+    entry.push_back(std::move(work));
+    return entry;
+}
+
+int DispatchCompletions() {
+    const auto queue = ThisQueueIfAny();
+    return queue != nullptr ? queue->Dispatch() : 0;
+}
+
+void WaitForCompletions(std::optional<std::chrono::steady_clock::time_point> deadline) {
+    if (const auto queue = ThisQueueIfAny()) {
+        queue->WaitForWork(deadline);
+    }
+}
+
 }  // namespace SMTPClientNS
+
+int SmtpClientEventFd(void) {
+    if (const auto queue = SMTPClientNS::ThisQueueIfAny()) {
+        return queue->Descriptor();
+    }
+    errno = ENOMEM;
+    return -1;
+}

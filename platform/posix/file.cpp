@@ -7,18 +7,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
 
 #include "platform/code_page.h"
+#include "platform/posix/unique_fd.h"
 
 namespace SMTPClientNS {
 namespace {
-
-constexpr std::int64_t NanosecondsPerSecond = 1'000'000'000;
-
-std::int64_t Nanoseconds(const struct timespec &time) {
-    return time.tv_sec * NanosecondsPerSecond + time.tv_nsec;
-}
 
 NarrowString SystemPath(const WideString &path) {
     return WideToSystemCodePage(path);
@@ -36,8 +30,12 @@ CUniqueFd OpenDescriptor(const WideString &path, int flags) {
     return AwayFromStandardStreams(CUniqueFd(descriptor));
 }
 
-CLockedFd OpenFile(const WideString &path, int flags) {
-    return CLockedFd(OpenDescriptor(path, flags));
+CFileHandle OpenFile(const WideString &path, int flags) {
+    return CFileHandle(OpenDescriptor(path, flags).Release());
+}
+
+int Descriptor(const CFileHandle &file) {
+    return static_cast<int>(file.Get());
 }
 
 /// Fewer bytes than asked for are all that there are; none if they cannot be read.
@@ -60,36 +58,36 @@ std::optional<std::size_t> ReadUpTo(int descriptor, char *target, std::size_t si
 }
 
 /// A file system that knows no locks counts as one that nobody locks.
-bool Lock(const CLockedFd &file, int kind) {
-    return ::flock(file.Get(), kind | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+bool Lock(const CFileHandle &file, int kind) {
+    return ::flock(Descriptor(file), kind | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 /// A write at the process's limit (RLIMIT_FSIZE) would send it SIGXFSZ; one that reaches the limit
 /// is only cut short.
-bool IsBelowSizeLimit(const CLockedFd &file) {
+bool IsBelowSizeLimit(const CFileHandle &file) {
     struct rlimit limit = {};
-    const off_t position = ::lseek(file.Get(), 0, SEEK_CUR);
+    const off_t position = ::lseek(Descriptor(file), 0, SEEK_CUR);
     return position < 0 || ::getrlimit(RLIMIT_FSIZE, &limit) != 0 ||
            static_cast<rlim_t>(position) < limit.rlim_cur;
 }
 
-bool IsPipe(const CLockedFd &file) {
+bool IsPipe(const CFileHandle &file) {
     struct stat status = {};
-    return ::fstat(file.Get(), &status) != 0 || S_ISFIFO(status.st_mode);
+    return ::fstat(Descriptor(file), &status) != 0 || S_ISFIFO(status.st_mode);
 }
 
-bool Empty(const CLockedFd &file) {
+bool Empty(const CFileHandle &file) {
     struct stat status = {};
-    return ::fstat(file.Get(), &status) == 0 &&
-           (!S_ISREG(status.st_mode) || ::ftruncate(file.Get(), 0) == 0);
+    return ::fstat(Descriptor(file), &status) == 0 &&
+           (!S_ISREG(status.st_mode) || ::ftruncate(Descriptor(file), 0) == 0);
 }
 
 }  // namespace
 
-CLockedFd::~CLockedFd() {
-    if (descriptor) {
-        ::flock(descriptor.Get(), LOCK_UN);
-    }
+/// The child of a fork may hold the descriptor for much longer, and would keep the lock with it.
+void CFileHandle::Close() noexcept {
+    ::flock(Descriptor(*this), LOCK_UN);
+    CloseDescriptor(Descriptor(*this));
 }
 
 bool PathExists(const WideString &path) {
@@ -108,35 +106,17 @@ FileStatus GetFileStatus(const WideString &path) {
     return {FileKind::Regular, static_cast<std::uint64_t>(status.st_size)};
 }
 
-std::optional<FileVersion> GetFileVersion(const char *systemPath) noexcept {
-    // Times of files are as coarse as 2 s on some file systems.
-    constexpr std::int64_t LongestTick = 3 * NanosecondsPerSecond;
-    struct stat status = {};
-    struct timespec now = {};
-    if (::stat(systemPath, &status) != 0 || !S_ISREG(status.st_mode) ||
-        ::clock_gettime(CLOCK_REALTIME, &now) != 0) {
-        return std::nullopt;
-    }
-    FileVersion version;
-    version.device = status.st_dev;
-    version.number = status.st_ino;
-    version.size = status.st_size;
-    version.modified = Nanoseconds(status.st_mtim);
-    version.changed = Nanoseconds(status.st_ctim);
-    version.isSettled = Nanoseconds(now) - version.changed > LongestTick;
-    return version;
-}
-
 std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t sizeLimit) {
-    const CLockedFd file = OpenFile(path, O_RDONLY);
+    const CFileHandle file = OpenFile(path, O_RDONLY);
     struct stat status = {};
     // The size is asked under the lock: before, another program may still have been writing.
-    if (!file || !Lock(file, LOCK_SH) || ::fstat(file.Get(), &status) != 0 ||
+    if (!file || !Lock(file, LOCK_SH) || ::fstat(Descriptor(file), &status) != 0 ||
         !S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) >= sizeLimit) {
         return std::nullopt;
     }
     NarrowString content(static_cast<std::size_t>(status.st_size), '\0');
-    const std::optional<std::size_t> filled = ReadUpTo(file.Get(), content.data(), content.size());
+    const std::optional<std::size_t> filled =
+        ReadUpTo(Descriptor(file), content.data(), content.size());
     if (!filled) {
         return std::nullopt;
     }
@@ -146,21 +126,21 @@ std::optional<NarrowString> ReadWholeFile(const WideString &path, std::uint64_t 
 
 CInputFile CInputFile::Open(const WideString &path) {
     CInputFile result;
-    CUniqueFd file = OpenDescriptor(path, O_RDONLY);
+    CFileHandle file = OpenFile(path, O_RDONLY);
     struct stat status = {};
-    if (file && ::fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode)) {
+    if (file && ::fstat(Descriptor(file), &status) == 0 && S_ISREG(status.st_mode)) {
         result.file = std::move(file);
     }
     return result;
 }
 
 std::optional<std::size_t> CInputFile::Read(char *target, std::size_t size) const {
-    return ReadUpTo(file.Get(), target, size);
+    return ReadUpTo(Descriptor(file), target, size);
 }
 
 CExclusiveFile CExclusiveFile::Replace(const WideString &path) {
     CExclusiveFile result;
-    CLockedFd file = OpenFile(path, O_RDWR | O_CREAT);
+    CFileHandle file = OpenFile(path, O_RDWR | O_CREAT);
     // Emptied only under the lock: whoever holds it may be writing.
     if (file && !IsPipe(file) && Lock(file, LOCK_EX) && Empty(file)) {
         result.file = std::move(file);
@@ -170,8 +150,8 @@ CExclusiveFile CExclusiveFile::Replace(const WideString &path) {
 
 CExclusiveFile CExclusiveFile::Append(const WideString &path) {
     CExclusiveFile result;
-    CLockedFd file = OpenFile(path, O_RDWR);
-    if (file && Lock(file, LOCK_EX) && ::lseek(file.Get(), 0, SEEK_END) >= 0) {
+    CFileHandle file = OpenFile(path, O_RDWR);
+    if (file && Lock(file, LOCK_EX) && ::lseek(Descriptor(file), 0, SEEK_END) >= 0) {
         result.file = std::move(file);
     }
     return result;
@@ -182,7 +162,7 @@ bool CExclusiveFile::Write(std::string_view bytes) const {
         if (!IsBelowSizeLimit(file)) {
             return false;
         }
-        const ssize_t count = ::write(file.Get(), bytes.data(), bytes.size());
+        const ssize_t count = ::write(Descriptor(file), bytes.data(), bytes.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }

@@ -6,6 +6,8 @@
 #include <clocale>
 #include <cstdlib>
 
+#include "platform/posix/codeset.h"
+
 namespace SMTPClientNS {
 namespace {
 
@@ -36,6 +38,7 @@ NarrowString CodesetOfName(const NarrowString &locale) {
 
 }  // namespace
 
+/// From LC_ALL, LC_MESSAGES or LANG, the first that is set; empty for "C" and "POSIX".
 WideString UserLocaleName() {
     NarrowString name = NamedLocale("LC_MESSAGES");
     name.resize(std::min(name.size(), name.find_first_of(".@")));

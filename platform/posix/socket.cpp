@@ -4,17 +4,19 @@
 
 #include <utility>
 
-#include "platform/unique_fd.h"
+#include "platform/posix/unique_fd.h"
 
 namespace SMTPClientNS {
 
-int OpenSocket(int family, int type, int protocol) noexcept {
+std::intptr_t OpenSocket(int family, int type, int protocol) noexcept {
     CUniqueFd opened(::socket(family, type | SOCK_CLOEXEC, protocol));
     return AwayFromStandardStreams(std::move(opened)).Release();
 }
 
-void StopReceiving(int socket) noexcept {
-    ::shutdown(socket, SHUT_RD);
+CFarewell::CFarewell(std::intptr_t socket) noexcept {
+    ::shutdown(static_cast<int>(socket), SHUT_RD);
 }
+
+CFarewell::~CFarewell() = default;
 
 }  // namespace SMTPClientNS

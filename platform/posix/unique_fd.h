@@ -1,5 +1,5 @@
-#ifndef PLATFORM_UNIQUE_FD_H
-#define PLATFORM_UNIQUE_FD_H
+#ifndef PLATFORM_POSIX_UNIQUE_FD_H
+#define PLATFORM_POSIX_UNIQUE_FD_H
 
 #include <utility>
 
@@ -41,4 +41,4 @@ CUniqueFd AwayFromStandardStreams(CUniqueFd opened) noexcept;
 
 }  // namespace SMTPClientNS
 
-#endif  // PLATFORM_UNIQUE_FD_H
+#endif  // PLATFORM_POSIX_UNIQUE_FD_H
