@@ -82,7 +82,7 @@ public:
     IMimeMessage *GetMessage() const override { return implementation->GetMessage(); }
 
 private:
-    ~CSmtpClient() override { implementation->Release(); }
+    ~CSmtpClient() { implementation->Release(); }
 
     ISmtpClient *implementation;
 };

@@ -65,7 +65,7 @@ public:
     IMimeMessage *GetMessage() const override;
 
 private:
-    ~CSmtpClientWrapper() override = default;
+    ~CSmtpClientWrapper() = default;
 
     std::int32_t Prepare(std::optional<CRunningSend> &running);
     void LogTransfer(const CRunningSend &running);

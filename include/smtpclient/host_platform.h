@@ -12,11 +12,16 @@
 /// event loop and calls SmtpClientDispatchEvents when it is readable, or, having no loop, calls
 /// SmtpClientWaitEvents. Any thread may call any of these functions, each for its own queue.
 ///
+/// On Windows there is no descriptor: the reports are messages to hidden windows of that thread,
+/// and its ordinary loop of GetMessage and DispatchMessage handles them. The two functions that
+/// handle events serve hosts without a loop.
+///
 /// A thread that ends with sends still to report drops those reports; the mails themselves are
 /// not affected. After fork the child has queues of its own, empty, and must not use the parent's
 /// clients.
 extern "C" {
 
+#ifndef _WIN32
 /// The descriptor of the calling thread's queue: readable (POLLIN) for as long as something waits.
 ///
 /// Belongs to the library and stays the same for the life of the thread. Fit for poll, epoll, and
@@ -25,6 +30,7 @@ extern "C" {
 /// Returns -1, with errno set, if the system gives no descriptor; a later call tries again, and
 /// the two functions below work all the same.
 SMTPCLIENT_API int SmtpClientEventFd(void);
+#endif
 
 /// Handles what waits in the calling thread's queue, without blocking: each finished send calls its
 /// sink, on this thread. What arrives during the call may wait for the next one.
@@ -52,7 +58,7 @@ using SmtpClientMessageBox = void (*)(const char16_t *text, const char16_t *capt
                                       std::uint32_t style, void *context);
 
 /// Sets what shows message boxes, for the whole process. Null restores the default: one line on the
-/// standard error stream, caption then text.
+/// standard error stream, caption then text; on Windows the system's own box.
 ///
 /// The library calls show with the context of the same call of this function. A box that is
 /// already on show on another thread is not waited for.

@@ -60,7 +60,12 @@ enum AddressField : std::int32_t {
 /// Thread: one at a time, and none during a Send or SendAsync that uses the message.
 class IMimeMessage {
 public:
+#ifdef _WIN32
+    /// Holds the first place of the table. Compilers there give a destructor one place or two.
+    virtual void Reserved() {}
+#else
     virtual ~IMimeMessage() = default;
+#endif
 
     /// Clears what kind names, a ResetKind. Returns 1, or -1 for any other kind; then nothing
     /// changes.
@@ -174,6 +179,11 @@ public:
     /// The plain text body, by the rules of SetHtmlBody.
     virtual void SetTextBody(const char16_t *text) = 0;
     virtual const char16_t *GetTextBody() const = 0;
+
+#ifdef _WIN32
+protected:
+    ~IMimeMessage() = default;
+#endif
 };
 
 }  // namespace SMTPClientNS

@@ -65,6 +65,15 @@ constexpr std::int32_t ProxyValueCapacity = 256;
 /// What GetLastResult gives before the first Send.
 constexpr std::int32_t LastResultNone = 999;
 
+#ifdef _WIN32
+#pragma push_macro("GetUserName")
+#pragma push_macro("SetPort")
+#pragma push_macro("GetMessage")
+#undef GetUserName
+#undef SetPort
+#undef GetMessage
+#endif
+
 /// Sends mail over SMTP (RFC 5321), on the caller's thread or in the background.
 ///
 /// A send needs a host, a port, a user name and a password, and a message with a sender and at
@@ -83,7 +92,12 @@ constexpr std::int32_t LastResultNone = 999;
 /// once.
 class ISmtpClient {
 public:
+#ifdef _WIN32
+    /// Holds the first place of the table. Compilers there give a destructor one place or two.
+    virtual void Reserved() {}
+#else
     virtual ~ISmtpClient() = default;
+#endif
 
     /// Sends the message and returns when the transfer has ended: a ResultCode. There is no limit
     /// of time but SetConnectTimeout, libcurl's own 120 s for each answer of the server, and as
@@ -239,7 +253,38 @@ public:
     /// SendAsync that uses it has returned.
     virtual void SetMessage(IMimeMessage *message) = 0;
     virtual IMimeMessage *GetMessage() const = 0;
+
+#ifdef _WIN32
+    // Calls whose names the macros of <windows.h> have changed.
+    const char16_t *GetUserNameA() const {
+        return GetUserName();
+    }
+    const char16_t *GetUserNameW() const {
+        return GetUserName();
+    }
+    void SetPortA(std::int32_t port) {
+        SetPort(port);
+    }
+    void SetPortW(std::int32_t port) {
+        SetPort(port);
+    }
+    IMimeMessage *GetMessageA() const {
+        return GetMessage();
+    }
+    IMimeMessage *GetMessageW() const {
+        return GetMessage();
+    }
+
+protected:
+    ~ISmtpClient() = default;
+#endif
 };
+
+#ifdef _WIN32
+#pragma pop_macro("GetMessage")
+#pragma pop_macro("SetPort")
+#pragma pop_macro("GetUserName")
+#endif
 
 }  // namespace SMTPClientNS
 
