@@ -12,9 +12,6 @@
 namespace SMTPClientNS {
 namespace {
 
-/// The texts compared below are the English ones.
-const int languageSet = ::setenv("LC_ALL", "C", 1);
-
 using Replacements = std::vector<std::pair<std::string, std::string>>;
 
 std::string Replaced(std::string text, const Replacements &replacements) {

@@ -5,6 +5,7 @@
 #include <poll.h>
 
 #include "tests/support/host_tools.h"
+#include "tests/support/resources.h"
 #include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {

@@ -14,6 +14,7 @@
 #include <random>
 
 #include "tests/support/host_tools.h"
+#include "tests/support/resources.h"
 #include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {

@@ -1,13 +1,12 @@
 #ifndef TESTS_SUPPORT_HOST_TOOLS_H
 #define TESTS_SUPPORT_HOST_TOOLS_H
 
-#include <stdlib.h>
-
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <random>
 #include <string>
 #include <thread>
 
@@ -67,14 +66,15 @@ inline std::string Narrow(const std::u16string &text) {
 class CTemporaryFolder {
 public:
     CTemporaryFolder() {
-        std::string pattern = std::filesystem::temp_directory_path() / "smtpclient-test-XXXXXX";
-        path = ::mkdtemp(pattern.data());
+        const std::string name = "smtpclient-test-" + std::to_string(std::random_device()());
+        path = std::filesystem::temp_directory_path() / name;
+        std::filesystem::create_directory(path);
     }
     ~CTemporaryFolder() { std::filesystem::remove_all(path); }
     CTemporaryFolder(const CTemporaryFolder &) = delete;
     CTemporaryFolder &operator=(const CTemporaryFolder &) = delete;
 
-    std::string PathOf(const std::string &name) const { return path / name; }
+    std::string PathOf(const std::string &name) const { return (path / name).string(); }
     std::u16string WidePathOf(const std::string &name) const { return Wide(PathOf(name)); }
 
     /// Writes a file and gives its path.
@@ -118,26 +118,6 @@ public:
     std::size_t reports = 0;
     std::int32_t lastCode = 0;
 };
-
-/// Threads and open descriptors of this process.
-inline std::pair<std::ptrdiff_t, std::ptrdiff_t> Resources() {
-    using Entries = std::filesystem::directory_iterator;
-    return {std::distance(Entries("/proc/self/task"), {}),
-            std::distance(Entries("/proc/self/fd"), {})};
-}
-
-/// Whether no more are left than before: a joined thread is listed a moment longer, and a server
-/// closes in its own time.
-inline bool ReturnTo(const std::pair<std::ptrdiff_t, std::ptrdiff_t> &before) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (Resources().first > before.first || Resources().second > before.second) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
 
 }  // namespace SMTPClientNS
 

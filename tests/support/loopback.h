@@ -1,30 +1,46 @@
 #ifndef TESTS_SUPPORT_LOOPBACK_H
 #define TESTS_SUPPORT_LOOPBACK_H
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-
-#include <cstdio>
-#include <cstdlib>
+#include <cstddef>
+#include <streambuf>
+#include <thread>
 
 namespace SMTPClientNS {
 
 /// A listening socket, the caller's to close, on a port of the system's choice.
-inline int ListenOnLoopback(int &port) {
-    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto *const generic = reinterpret_cast<sockaddr *>(&address);
-    if (::bind(listener, generic, size) != 0 || ::listen(listener, SOMAXCONN) != 0 ||
-        ::getsockname(listener, generic, &size) != 0) {
-        std::perror("listening on loopback");
-        std::abort();
+int ListenOnLoopback(int &port);
+
+/// The next connection; -1 once the listener has been ended.
+int AcceptConnection(int listener);
+
+/// Ends the socket, and with it the thread that accepts its connections.
+void EndListener(int listener, std::thread &acceptor);
+
+void SendText(int connection, const char *text, std::size_t size);
+/// 0 at the end.
+std::size_t ReceiveText(int connection, char *target, std::size_t size);
+
+void SendAtOnce(int socket);  ///< Each piece in a packet of its own.
+void ResetWhenClosed(int socket);
+void ShutDownSocket(int socket);
+void CloseSocket(int socket);
+
+/// Reads from a connection.
+class CConnectionBuffer final : public std::streambuf {
+public:
+    explicit CConnectionBuffer(int from) : connection(from) {}
+
+protected:
+    int_type underflow() override {
+        const std::size_t count = ReceiveText(connection, piece, sizeof piece);
+        setg(piece, piece, piece + count);
+        return count == 0 ? traits_type::eof() : traits_type::to_int_type(piece[0]);
     }
-    port = ntohs(address.sin_port);
-    return listener;
-}
+
+private:
+    const int connection;
+    char piece[16384];
+};
 
 }  // namespace SMTPClientNS
 

@@ -1,10 +1,5 @@
 #include "tests/support/smtp_server.h"
 
-#include <ext/stdio_filebuf.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <utility>
 
@@ -38,21 +33,19 @@ CSmtpServer::CSmtpServer(Keeper mailKeeper)
       acceptor([this] { AcceptConnections(); }) {}
 
 CSmtpServer::~CSmtpServer() {
-    ::shutdown(listener, SHUT_RDWR);
-    acceptor.join();
-    ::close(listener);
+    EndListener(listener, acceptor);
     std::unique_lock<std::mutex> lock(mutex);
     ending = true;
     changed.notify_all();
     for (const int connection : connections) {
-        ::shutdown(connection, SHUT_RDWR);
+        ShutDownSocket(connection);
     }
     changed.wait(lock, [this] { return connections.empty(); });
 }
 
 void CSmtpServer::AcceptConnections() {
     int accepted = -1;
-    while ((accepted = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
+    while ((accepted = AcceptConnection(listener)) >= 0) {
         const std::lock_guard<std::mutex> lock(mutex);
         connections.insert(accepted);
         std::thread(&CSmtpServer::Serve, this, accepted).detach();
@@ -60,7 +53,7 @@ void CSmtpServer::AcceptConnections() {
 }
 
 void CSmtpServer::Serve(int connection) {
-    __gnu_cxx::stdio_filebuf<char> buffer(connection, std::ios::in);
+    CConnectionBuffer buffer(connection);
     std::istream input(&buffer);
     std::string reply = Answer(connection, "CONNECT");
     for (std::string line; !reply.empty() && std::getline(input, line);) {
@@ -78,7 +71,7 @@ void CSmtpServer::Serve(int connection) {
     }
     const std::lock_guard<std::mutex> lock(mutex);
     connections.erase(connection);
-    buffer.close();  // The connection, too.
+    CloseSocket(connection);
     changed.notify_all();
 }
 
@@ -104,8 +97,7 @@ std::string CSmtpServer::ReceiveMail(int connection, std::istream &input) {
 std::string CSmtpServer::Answer(int connection, const std::string &step) {
     const std::string reply = ReplyOrActionAt(step);
     if (reply == Reset) {
-        const linger atOnce = {1, 0};
-        ::setsockopt(connection, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        ResetWhenClosed(connection);
     }
     if (reply == HangUp || reply == Reset) {
         return "";
@@ -115,7 +107,7 @@ std::string CSmtpServer::Answer(int connection, const std::string &step) {
     }
     const std::size_t piece = bytesSingly ? 1 : reply.size();
     for (std::size_t at = 0; at < reply.size(); at += piece) {
-        ::send(connection, reply.data() + at, piece, MSG_NOSIGNAL);
+        SendText(connection, reply.data() + at, piece);
     }
     return step == "QUIT" ? "" : reply;
 }
@@ -139,8 +131,7 @@ void CSmtpServer::At(const std::string &step, const std::string &replyOrAction) 
 }
 
 void CSmtpServer::SendBytesSingly() {
-    const int atOnce = 1;  // For each connection that the listener accepts.
-    ::setsockopt(listener, IPPROTO_TCP, TCP_NODELAY, &atOnce, sizeof atOnce);
+    SendAtOnce(listener);  // And each connection that it accepts.
     bytesSingly = true;
 }
 

@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <smtpclient/mail.h>
+
+#include "tests/support/host_tools.h"
+#include "tests/support/smtp_server.h"
+
+extern "C" int SendTwiceByMsvcTables(int port);
+
+namespace SMTPClientNS {
+namespace {
+
+constexpr const wchar_t *WindowClass = L"SmtpClientAsyncThreadWindow";
+
+int WindowsOfThisThread() {
+    int count = 0;
+    const auto countOurs = [](HWND window, LPARAM counter) -> BOOL {
+        wchar_t name[64] = {};
+        ::GetClassNameW(window, name, 64);
+        *reinterpret_cast<int *>(counter) += std::wstring(name) == WindowClass ? 1 : 0;
+        EXPECT_FALSE(::IsWindowVisible(window));
+        return TRUE;
+    };
+    ::EnumThreadWindows(::GetCurrentThreadId(), countOurs, reinterpret_cast<LPARAM>(&count));
+    return count;
+}
+
+TEST(MessageLoop, ReportsToItsThreadWithAWindowForEachClient) {
+    CSmtpServer server;
+    const DWORD self = ::GetCurrentThreadId();
+    const Message message = MakeSmallMessage();
+    CRecordingSink sinks[2];
+    {
+        const Client clients[] = {MakeClientFor(server.Port()), MakeClientFor(server.Port())};
+        EXPECT_EQ(WindowsOfThisThread(), 0);
+        for (int i : {0, 1, 1}) {
+            sinks[i].act = [self](auto...) { EXPECT_EQ(::GetCurrentThreadId(), self); };
+            clients[i]->SetMessage(message.get());
+            clients[i]->SetCompletionSink(&sinks[i]);
+            clients[i]->SendAsync();
+        }
+        EXPECT_EQ(WindowsOfThisThread(), 2);
+        MSG posted = {};
+        while (sinks[0].reports + sinks[1].reports < 3 &&
+               ::GetMessageW(&posted, nullptr, 0, 0) > 0) {
+            ::DispatchMessageW(&posted);
+        }
+    }
+    EXPECT_EQ(sinks[0].told + sinks[1].told, "1=1 \n1=1 \n2=1 \n");
+    EXPECT_EQ(WindowsOfThisThread(), 0);
+}
+
+TEST(MessageLoop, HostWithoutOneWaits) {
+    CSmtpServer server;
+    CRecordingSink sink;
+    const Message message = MakeSmallMessage();
+    const Client client = MakeClientFor(server.Port());
+    client->SetCompletionSink(&sink);
+    client->SetMessage(message.get());
+    EXPECT_EQ(SmtpClientWaitEvents(0), 0);
+    client->SendAsync();
+    ::PostMessageW(nullptr, WM_APP, 0, 0);  // The host's own stays.
+    EXPECT_TRUE(sink.WaitForReports(1));
+    MSG own = {};
+    EXPECT_NE(::PeekMessageW(&own, nullptr, WM_APP, WM_APP, PM_REMOVE), 0);
+}
+
+TEST(MessageLoop, ThreadThatEndsDropsItsReports) {
+    CSmtpServer server;
+    CRecordingSink sink;
+    std::thread([&] {
+        const Message message = MakeSmallMessage();
+        const Client client = MakeClientFor(server.Port());
+        client->SetCompletionSink(&sink);
+        client->SetMessage(message.get());
+        client->SendAsync();
+        EXPECT_TRUE(server.WaitForMails(1));
+    }).join();
+    EXPECT_EQ(sink.reports, 0U);
+}
+
+TEST(MessageBoxOfTheSystem, WaitsForItsAnswer) {
+    CSmtpServer server;
+    const Message message = MakeSmallMessage();
+    message->SetCharset(u"unknown");
+    message->SetSubject(u"\u00E9");
+    const Client client = MakeClientFor(server.Port());
+    client->SetMessage(message.get());
+    std::atomic<int> answered{0};
+    std::atomic<bool> isSent{false};
+    std::thread answering([&] {
+        while (!isSent) {
+            if (const HWND box = ::FindWindowW(nullptr, L"SmtpClient Error")) {
+                ::SendMessageW(box, WM_COMMAND, IDOK, 0);
+                ++answered;
+            }
+            ::Sleep(1);
+        }
+    });
+    EXPECT_EQ(client->Send(), ResultSuccess);
+    isSent = true;
+    answering.join();
+    EXPECT_GE(answered, 1);
+}
+
+TEST(Files, AreNotSharedAndHaveWidePaths) {
+    CSmtpServer server;
+    const CTemporaryFolder folder;
+    const std::filesystem::path names =
+        std::filesystem::path(folder.PathOf("")) / L"\u5199\u771F \u00E9";
+    std::filesystem::create_directory(names);
+    const std::filesystem::path file = names / L"\u65E5.txt";
+    std::ofstream(file, std::ios::binary) << "text";
+    const Message message = MakeSmallMessage();
+    const Client client = MakeClientFor(server.Port());
+    client->SetMessage(message.get());
+    message->LoadBodyFromFile(file.u16string().c_str(), BodyTextUtf8);
+    EXPECT_EQ(message->GetTextBody(), std::u16string(u"text"));
+    message->AddAttachment(file.u16string().c_str());
+    client->SetLogFile((names / L"log").u16string().c_str(), true);
+    EXPECT_EQ(client->Send(), ResultSuccess);
+    EXPECT_NE(server.Mails().at(0).data.find("dGV4dA=="), std::string::npos);
+    EXPECT_GT(std::filesystem::file_size(names / L"log"), 0U);
+
+    const HANDLE held =
+        ::CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    message->SetTextBody(u"as it was");
+    message->LoadBodyFromFile(file.u16string().c_str(), BodyTextUtf8);
+    EXPECT_EQ(message->GetTextBody(), std::u16string(u"as it was"));
+    EXPECT_EQ(client->Send(), ResultFileUnreadable);
+    ::CloseHandle(held);
+}
+
+TEST(Tables, ServeTheSystemsOwnCompiler) {
+    CSmtpServer server;
+    EXPECT_EQ(SendTwiceByMsvcTables(server.Port()), 1101);
+    EXPECT_EQ(server.Mails().size(), 2U);
+}
+
+TEST(Macros, OfTheSystemLeaveTheOperationsAlone) {
+    smtpclient::Client client("mail.example.org");
+    client.Get()->SetPort(26);
+    EXPECT_EQ(client.Get()->GetPort(), 26);
+    EXPECT_EQ(client.Get()->GetMessage(), nullptr);
+    EXPECT_EQ(client.Get()->GetUserName(), std::u16string());
+}
+
+}  // namespace
+}  // namespace SMTPClientNS
