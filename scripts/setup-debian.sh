@@ -2,7 +2,7 @@
 # Installs what Debian 12 needs for a purpose, if it is missing. Without anything missing it needs
 # neither the network nor root.
 #
-# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop|outbox|docs
+# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop|outbox|docs|windows
 set -euo pipefail
 
 is_installed() {
@@ -25,6 +25,10 @@ case $purpose in
     dev | asan | tsan | interop) packages+=("${tests[@]}") ;;
     outbox)
         packages+=("${tests[@]}" postgresql libpq-dev libcli11-dev python3-psycopg2)
+        ;;
+    windows)
+        packages+=(libgtest-dev dpkg-dev clang g++-mingw-w64-x86-64-posix wine64 wine)
+        command -v npm >/dev/null || packages+=(npm)
         ;;
     clang) packages+=("${tests[@]}" clang) ;;
     release) packages+=("${tests[@]}" libbenchmark-dev libssl-dev) ;;

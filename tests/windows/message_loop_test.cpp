@@ -136,6 +136,7 @@ TEST(Tables, ServeTheSystemsOwnCompiler) {
     CSmtpServer server;
     EXPECT_EQ(SendTwiceByMsvcTables(server.Port()), 1101);
     EXPECT_EQ(server.Mails().size(), 2U);
+    EXPECT_TRUE(server.WaitForCommands("QUIT", 2));
 }
 
 TEST(Macros, OfTheSystemLeaveTheOperationsAlone) {
