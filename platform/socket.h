@@ -2,6 +2,7 @@
 #define PLATFORM_SOCKET_H
 
 #include <cstdint>
+#include <memory>
 
 namespace SMTPClientNS {
 
@@ -20,7 +21,7 @@ public:
 
 private:
     struct Watch;
-    Watch *watch = nullptr;
+    std::unique_ptr<Watch> watch;
 };
 
 }  // namespace SMTPClientNS

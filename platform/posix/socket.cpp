@@ -13,6 +13,8 @@ std::intptr_t OpenSocket(int family, int type, int protocol) noexcept {
     return AwayFromStandardStreams(std::move(opened)).Release();
 }
 
+struct CFarewell::Watch {};  // Nothing to watch: the end is there at once.
+
 CFarewell::CFarewell(std::intptr_t socket) noexcept {
     ::shutdown(static_cast<int>(socket), SHUT_RD);
 }

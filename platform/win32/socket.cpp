@@ -20,12 +20,29 @@ std::intptr_t OpenSocket(int family, int type, int protocol) noexcept {
 /// farewell. So both are closed a while later, at a handle of our own: the number of the socket
 /// itself may be another's by then.
 struct CFarewell::Watch {
-    SOCKET socket;
-    HANDLE timer;
+    explicit Watch(SOCKET ownSocket) noexcept : socket(ownSocket) {
+        if (::CreateTimerQueueTimer(&timer, nullptr, &Watch::End, this, LongestAnswer, 0,
+                                    WT_EXECUTEONLYONCE) == 0) {
+            ::shutdown(socket, SD_BOTH);
+        }
+    }
+    ~Watch() {
+        if (timer != nullptr) {
+            // Waits for End, if it is running.
+            ::DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE);
+        }
+        ::closesocket(socket);
+    }
+    Watch(const Watch &) = delete;
+    Watch &operator=(const Watch &) = delete;
 
+private:
     static void CALLBACK End(void *watch, BOOLEAN /*hasTimedOut*/) {
         ::shutdown(static_cast<Watch *>(watch)->socket, SD_BOTH);
     }
+
+    const SOCKET socket;
+    HANDLE timer = nullptr;
 };
 
 CFarewell::CFarewell(std::intptr_t socket) noexcept {
@@ -36,22 +53,13 @@ CFarewell::CFarewell(std::intptr_t socket) noexcept {
     }
     const SOCKET own = ::WSASocketW(FROM_PROTOCOL_INFO, FROM_PROTOCOL_INFO, FROM_PROTOCOL_INFO,
                                     &information, 0, WSA_FLAG_NO_HANDLE_INHERIT);
-    watch = new (std::nothrow) Watch{own, nullptr};
-    if (watch == nullptr || ::CreateTimerQueueTimer(&watch->timer, nullptr, &Watch::End, watch,
-                                                    LongestAnswer, 0, WT_EXECUTEONLYONCE) == 0) {
-        ::shutdown(own, SD_BOTH);
+    watch.reset(new (std::nothrow) Watch(own));
+    if (watch == nullptr) {
+        ::shutdown(static_cast<SOCKET>(socket), SD_BOTH);
+        ::closesocket(own);
     }
 }
 
-CFarewell::~CFarewell() {
-    if (watch != nullptr) {
-        if (watch->timer != nullptr) {
-            // Waits for End, if it is running.
-            ::DeleteTimerQueueTimer(nullptr, watch->timer, INVALID_HANDLE_VALUE);
-        }
-        ::closesocket(watch->socket);
-        delete watch;
-    }
-}
+CFarewell::~CFarewell() = default;
 
 }  // namespace SMTPClientNS
