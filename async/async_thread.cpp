@@ -35,12 +35,12 @@ private:
 /// that the worker needs no memory to report.
 struct Task {
     AsyncTaskRecord *record = nullptr;  ///< Owned by report.
-    CCompletionQueue::Entry report;
+    ICompletionQueue::Entry report;
 
     Task() = default;
     explicit Task(TaskRecord toRun)
         : record(toRun.get()),
-          report(CCompletionQueue::MakeEntry(std::make_unique<CTaskDone>(std::move(toRun)))) {}
+          report(ICompletionQueue::MakeEntry(std::make_unique<CTaskDone>(std::move(toRun)))) {}
 };
 using TaskTable = std::map<std::int32_t, Task>;
 
@@ -53,7 +53,7 @@ public:
     void BindToThisThread() {
         const CLock lock(mutex);
         if (doneQueue == nullptr) {
-            doneQueue = CCompletionQueue::ForThisThread();
+            doneQueue = ICompletionQueue::ForThisThread();
         }
     }
 
@@ -104,7 +104,7 @@ public:
     }
 
     void Report(Task task) noexcept {
-        std::shared_ptr<CCompletionQueue> queue;
+        std::shared_ptr<ICompletionQueue> queue;
         {
             const CLock lock(mutex);
             queue = doneQueue;
@@ -120,7 +120,7 @@ private:
     /// Queued, and not yet taken up by the worker. The map is the queue: ids rise, so that its
     /// order is that of the calls of SendAsync.
     TaskTable tasks GUARDED_BY(mutex);
-    std::shared_ptr<CCompletionQueue> doneQueue GUARDED_BY(mutex);
+    std::shared_ptr<ICompletionQueue> doneQueue GUARDED_BY(mutex);
     std::atomic<bool> stopRequested{false};
 };
 

@@ -1,6 +1,8 @@
 #ifndef CLIENT_CLIENT_HANDLE_H
 #define CLIENT_CLIENT_HANDLE_H
 
+#include <memory>
+
 #include <smtpclient/smtp_client.h>
 
 namespace SMTPClientNS {
@@ -11,8 +13,6 @@ class CSmtpClient final : public ISmtpClient {
 public:
     /// Takes over a reference on the implementation.
     explicit CSmtpClient(ISmtpClient *owned) noexcept : implementation(owned) {}
-    CSmtpClient(const CSmtpClient &) = delete;
-    CSmtpClient &operator=(const CSmtpClient &) = delete;
 
     std::int32_t Send() override { return implementation->Send(); }
     std::int32_t SendAsync() override { return implementation->SendAsync(); }
@@ -82,9 +82,11 @@ public:
     IMimeMessage *GetMessage() const override { return implementation->GetMessage(); }
 
 private:
-    ~CSmtpClient() { implementation->Release(); }
+    struct Releaser {
+        void operator()(ISmtpClient *owned) const { owned->Release(); }
+    };
 
-    ISmtpClient *implementation;
+    std::unique_ptr<ISmtpClient, Releaser> implementation;
 };
 
 }  // namespace SMTPClientNS

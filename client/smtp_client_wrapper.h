@@ -65,8 +65,6 @@ public:
     IMimeMessage *GetMessage() const override;
 
 private:
-    ~CSmtpClientWrapper() = default;
-
     std::int32_t Prepare(std::optional<CRunningSend> &running);
     void LogTransfer(const CRunningSend &running);
     NarrowString ClosingEntry(std::int32_t code) const;

@@ -20,18 +20,18 @@ public:
 /// Whoever may still post holds a reference, so that a post to a thread that has ended goes nowhere
 /// and does no harm. The child of a fork gets fresh queues: the parent's are neither drained nor
 /// signalled from there.
-class CCompletionQueue {
+class ICompletionQueue {
 public:
     using Work = std::unique_ptr<IQueuedWork>;
     /// One piece of work and its place in a queue: who makes it ahead can post without memory.
     using Entry = std::list<Work>;
 
     /// A queue of the calling thread's. Null if the system gives none now.
-    static std::shared_ptr<CCompletionQueue> ForThisThread();
+    static std::shared_ptr<ICompletionQueue> ForThisThread();
 
     static Entry MakeEntry(Work work);
 
-    virtual ~CCompletionQueue() = default;
+    virtual ~ICompletionQueue() = default;
 
     /// Any thread. Never blocks for longer than another operation moves one entry. Once the owning
     /// thread has ended, the work is dropped at once, on the calling thread.

@@ -60,7 +60,7 @@ public:
     explicit operator bool() const noexcept { return handle != None; }
 
 private:
-    void Close() noexcept;
+    void Close() const noexcept;
 
     std::intptr_t handle = None;
 };

@@ -34,7 +34,7 @@ void Lower(const CUniqueFd &eventFd) {
 }
 
 /// A thread's one queue, made at its first use, and the descriptor that tells it of work.
-class CThreadQueue final : public CCompletionQueue {
+class CThreadQueue final : public ICompletionQueue {
 public:
     void Post(Entry entry) noexcept override;
 
@@ -147,7 +147,7 @@ void CThreadQueue::WaitForWork(std::optional<std::chrono::steady_clock::time_poi
     }
 }
 
-CCompletionQueue::Work CThreadQueue::TakeFirst() {
+ICompletionQueue::Work CThreadQueue::TakeFirst() {
     const CLock lock(mutex);
     if (waiting.empty()) {
         return nullptr;
@@ -169,11 +169,11 @@ void CThreadQueue::Close() {
 
 }  // namespace
 
-std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
+std::shared_ptr<ICompletionQueue> ICompletionQueue::ForThisThread() {
     return ThisQueue();
 }
 
-CCompletionQueue::Entry CCompletionQueue::MakeEntry(Work work) {
+ICompletionQueue::Entry ICompletionQueue::MakeEntry(Work work) {
     Entry entry;
     entry.push_back(std::move(work));
     return entry;

@@ -85,7 +85,7 @@ bool Empty(const CFileHandle &file) {
 }  // namespace
 
 /// The child of a fork may hold the descriptor for much longer, and would keep the lock with it.
-void CFileHandle::Close() noexcept {
+void CFileHandle::Close() const noexcept {
     ::flock(Descriptor(*this), LOCK_UN);
     CloseDescriptor(Descriptor(*this));
 }

@@ -31,7 +31,7 @@ struct ThreadRecord {
 
 /// One client's queue: a hidden window of the thread that made it, to which each entry is
 /// announced by a message. The message carries no pointer, so that none is lost with the window.
-class CWindowQueue final : public CCompletionQueue,
+class CWindowQueue final : public ICompletionQueue,
                            public std::enable_shared_from_this<CWindowQueue> {
 public:
     CWindowQueue(HWND made, std::shared_ptr<ThreadRecord> owner)
@@ -180,7 +180,7 @@ HWND MakeWindow() noexcept {
 
 }  // namespace
 
-std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
+std::shared_ptr<ICompletionQueue> ICompletionQueue::ForThisThread() {
     std::shared_ptr<ThreadRecord> record = RecordOfThisThread();
     if (record == nullptr) {
         record = MakeRecord();
@@ -189,7 +189,7 @@ std::shared_ptr<CCompletionQueue> CCompletionQueue::ForThisThread() {
     return window != nullptr ? std::make_shared<CWindowQueue>(window, std::move(record)) : nullptr;
 }
 
-CCompletionQueue::Entry CCompletionQueue::MakeEntry(Work work) {
+ICompletionQueue::Entry ICompletionQueue::MakeEntry(Work work) {
     Entry entry;
     entry.push_back(std::move(work));
     return entry;

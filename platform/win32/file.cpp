@@ -48,7 +48,7 @@ std::optional<std::size_t> ReadUpTo(const CFileHandle &file, char *target, std::
 
 }  // namespace
 
-void CFileHandle::Close() noexcept {
+void CFileHandle::Close() const noexcept {
     ::CloseHandle(Handle(*this));
 }
 
