@@ -2,7 +2,7 @@
 # Installs what Debian 12 needs for a purpose, if it is missing. Without anything missing it needs
 # neither the network nor root.
 #
-# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop|outbox|docs|windows
+# Usage: scripts/setup-debian.sh build|demo|dev|asan|tsan|clang|release|bench|lint|fuzz|interop|outbox|docs|windows|abi|packages
 set -euo pipefail
 
 is_installed() {
@@ -21,6 +21,8 @@ tests=(libgtest-dev "${server[@]}" locales libglib2.0-dev libuv1-dev libasio-dev
 case $purpose in
     build) ;;
     docs) packages=(doxygen) ;;
+    abi) packages+=("${tests[@]}" abigail-tools) ;;
+    packages) packages+=("${tests[@]}" lintian dpkg-dev file) ;;
     demo) packages+=("${server[@]}") ;;
     dev | asan | tsan | interop) packages+=("${tests[@]}") ;;
     outbox)
