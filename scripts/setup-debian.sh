@@ -17,7 +17,7 @@ if ! is_installed libcurl4-gnutls-dev && ! is_installed libcurl4-nss-dev; then
 fi
 server=(python3-aiosmtpd openssl ca-certificates)
 tests=(libgtest-dev "${server[@]}" locales libglib2.0-dev libuv1-dev libasio-dev
-    nlohmann-json3-dev)
+    nlohmann-json3-dev qt6-base-dev xvfb xauth)
 case $purpose in
     build) ;;
     docs) packages=(doxygen) ;;
