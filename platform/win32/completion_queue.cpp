@@ -1,7 +1,6 @@
 #include "platform/completion_queue.h"
 
 #include <algorithm>
-#include <atomic>
 #include <new>
 #include <set>
 #include <utility>
@@ -24,9 +23,16 @@ class CWindowQueue;
 
 /// What the queues of one thread share.
 struct ThreadRecord {
-    std::atomic<std::size_t> waiting{0};  ///< Entries, in all of them.
     CMutex mutex;
+    /// Entries, in all of them. Held while one is announced and counted, so that whoever finds the
+    /// message finds the work, and the other way round.
+    std::size_t waiting GUARDED_BY(mutex) = 0;
     std::set<CWindowQueue *> queues GUARDED_BY(mutex);
+
+    std::size_t CountWaiting() {
+        const CLock lock(mutex);
+        return waiting;
+    }
 };
 
 /// One client's queue: a hidden window of the thread that made it, to which each entry is
@@ -60,9 +66,10 @@ public:
         if (isClosed) {
             return;  // The work is destroyed with the argument, after unlocking.
         }
-        Announce();
         waiting.splice(waiting.end(), entry);
-        thread->waiting.fetch_add(1);
+        const CLock counting(thread->mutex);
+        Announce();
+        ++thread->waiting;
     }
 
     /// Owning thread only.
@@ -74,7 +81,8 @@ public:
                 return;
             }
             first.splice(first.end(), waiting, waiting.begin());
-            thread->waiting.fetch_sub(1);
+            const CLock counting(thread->mutex);
+            --thread->waiting;
             if (unannounced > 0) {
                 --unannounced;
                 Announce();
@@ -197,7 +205,7 @@ ICompletionQueue::Entry ICompletionQueue::MakeEntry(Work work) {
 
 int DispatchCompletions() {
     const std::shared_ptr<ThreadRecord> record = RecordOfThisThread();
-    std::size_t limit = record != nullptr ? record->waiting.load() : 0;
+    std::size_t limit = record != nullptr ? record->CountWaiting() : 0;
     int handled = 0;
     MSG message = {};
     // A nested call, from inside a sink, may take the rest.
@@ -214,8 +222,8 @@ int DispatchCompletions() {
 
 void WaitForCompletions(std::optional<std::chrono::steady_clock::time_point> deadline) {
     using std::chrono::steady_clock;
-    MSG message = {};
-    while (::PeekMessageW(&message, nullptr, TaskDoneMessage, TaskDoneMessage, PM_NOREMOVE) == 0) {
+    const std::shared_ptr<ThreadRecord> record = RecordOfThisThread();
+    while (record == nullptr || record->CountWaiting() == 0) {
         DWORD longest = INFINITE;
         if (deadline) {
             const auto left =
@@ -225,7 +233,7 @@ void WaitForCompletions(std::optional<std::chrono::steady_clock::time_point> dea
             }
             longest = static_cast<DWORD>(std::min<long long>(left.count(), INFINITE - 1));
         }
-        // Wakes for what has come since the queue was looked at, other messages included.
+        // Wakes for each new message, the host's own included.
         ::MsgWaitForMultipleObjectsEx(0, nullptr, longest, QS_POSTMESSAGE, 0);
     }
 }
