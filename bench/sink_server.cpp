@@ -3,6 +3,7 @@
 //
 // Usage: sink_server CERTIFICATE      (PEM, with key; offered by STARTTLS)
 
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <signal.h>
