@@ -9,7 +9,8 @@ if [[ ! -e $WINEPREFIX/complete ]]; then
     mkdir -p "$WINEPREFIX"
     wine wineboot --init >/dev/null 2>&1
     # Windows without a screen.
-    wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null
+    wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
+    wineserver -w  # Until all of it has ended.
     touch "$WINEPREFIX/complete"
 fi
 # Started ahead of the tests: what serves them would hold on to the output of the first for ever.
