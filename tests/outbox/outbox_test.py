@@ -1,8 +1,7 @@
 #!/usr/bin/python3
 """Sends 5,000 mails through the outbox while one worker is killed and the database restarts.
 
-outbox_test.py WORKER SCHEMA            checks what became of every mail
-outbox_test.py WORKER SCHEMA measure    prints mails a second, and the time from NOTIFY to 250
+outbox_test.py WORKER SCHEMA    checks what became of every mail
 """
 import asyncio
 import collections
@@ -147,35 +146,21 @@ def prove(cluster, server, folder):
     print(f"{len(sendable)} mails sent, {len(twice)} of them twice, of {len(under_way)} that were under way at the kill")
 
 
-def measure(cluster, folder):
-    for processes in (1, 2, 4):
-        server = Server(delay=0.02)
-        workers = [start_worker(cluster, server, folder) for _ in range(processes)]
-        wait_until(lambda: cluster.ask("SELECT count(*) FROM pg_stat_activity WHERE query LIKE '%outbox_claim%'"
-                                       " AND state = 'idle'") == [(4 * processes,)])
-        cluster.add(400 * processes, "'soon'")
-        wait_until(lambda: cluster.counts()[:3] == (0, 0, 0))
-        rate = len(server.times) / (max(server.times.values()) - min(server.times.values()))
-        begin = time.monotonic()
-        cluster.add(1, "'soon'")
-        wait_until(lambda: server.times[1] > begin)
-        print(f"{processes} processes: {rate:.0f} mails a second, {1000 * (server.times[1] - begin):.0f} ms to 250")
-        for worker in workers:
-            worker.terminate()
-            worker.wait()
-        cluster.ask("TRUNCATE outbox_mail")
+@contextlib.contextmanager
+def database():
+    """An empty outbox, and the folder that it and the password file are in."""
+    with tempfile.TemporaryDirectory(prefix="outbox-") as scratch:
+        scratch = pathlib.Path(scratch)
+        (scratch / "password").write_text("p\n")
+        scratch.chmod(0o755)
+        cluster = Cluster(scratch)
+        try:
+            cluster.ask(pathlib.Path(SCHEMA).read_text())
+            yield cluster, scratch
+        finally:
+            cluster.run("pg_ctl", "stop", "--mode=immediate")
 
 
-with tempfile.TemporaryDirectory(prefix="outbox-") as scratch:
-    scratch = pathlib.Path(scratch)
-    (scratch / "password").write_text("p\n")
-    scratch.chmod(0o755)
-    database = Cluster(scratch)
-    try:
-        database.ask(pathlib.Path(SCHEMA).read_text())
-        if sys.argv[3:] == ["measure"]:
-            measure(database, scratch)
-        else:
-            prove(database, Server(), scratch)
-    finally:
-        database.run("pg_ctl", "stop", "--mode=immediate")
+if __name__ == "__main__":
+    with database() as (outbox, folder):
+        prove(outbox, Server(), folder)

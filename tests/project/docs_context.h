@@ -6,13 +6,14 @@
 #include <uv.h>
 
 #include <chrono>
-#include <coroutine>
 #include <cstdlib>
 #include <functional>
 #include <stdexcept>
 #include <string>
 
 #include <smtpclient/mail.h>
+
+#include "tests/support/task.h"
 
 #include <asio.hpp>
 
@@ -38,13 +39,3 @@ void ShowNote(const std::string &text);
 void Save(const std::string &log);
 void AskForPassword();
 void TryAgainLater();
-
-struct Task {
-    struct promise_type {
-        Task get_return_object() { return {}; }
-        std::suspend_never initial_suspend() { return {}; }
-        std::suspend_never final_suspend() noexcept { return {}; }
-        void return_void() {}
-        void unhandled_exception() {}
-    };
-};

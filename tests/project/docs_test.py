@@ -25,7 +25,7 @@ def compile_all(compiler, flags, code):
 
 
 compiler, include = sys.argv[1:3]
-flags = ["-I", include, "-I", pathlib.Path(__file__).parent]
+flags = ["-I", include, "-I", pathlib.Path(include).parent, "-I", pathlib.Path(__file__).parent]
 flags += subprocess.check_output(["pkg-config", "--cflags", *LIBRARIES], text=True).split()
 fragments = '#include "docs_context.h"\n'
 count = 0
@@ -35,7 +35,7 @@ for page in map(pathlib.Path, sys.argv[3:]):
         if "#include" in sample:
             compile_all(compiler, flags, place + sample)
         elif "co_await" in sample:
-            fragments += f"Task F{count}() {{\n{place}{sample}}}\n"
+            fragments += f"CTask F{count}() {{\n{place}{sample}}}\n"
         else:
             fragments += f"void F{count}() {{\n{place}{sample}}}\n"
 compile_all(compiler, flags, fragments)
