@@ -81,6 +81,7 @@ public:
     }
 
     void Stop() {
+        // Seen by the transfer's progress callback at once, and by WaitForTask through the lock.
         stopRequested.store(true);
         const CLock lock(mutex);
         hasTask.notify_one();
@@ -104,6 +105,8 @@ public:
     }
 
     void Report(Task task) noexcept {
+        // Posted without the lock: a post to a thread that has ended destroys the task here, and the
+        // end of its client takes the lock again.
         std::shared_ptr<ICompletionQueue> queue;
         {
             const CLock lock(mutex);
@@ -146,6 +149,7 @@ std::int32_t CAsyncThread::StartTask(std::unique_ptr<AsyncTaskRecord> record) {
     INesting &nesting = *record->nesting;
     nesting.SetTaskData(record.get());
     nesting.Prepare();
+    // Counted once the task is queued: where memory runs out, the id stays free.
     shared->Queue(lastTaskId + 1, Task(std::move(record)));
     return ++lastTaskId;
 }

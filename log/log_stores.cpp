@@ -65,7 +65,9 @@ NarrowString ResultBlock(std::int32_t code) {
            NarrowString(RuleLength, '=') + "\n\n";
 }
 
-/// Keeps the trace where the passes that follow look for it.
+/// Keeps the trace where the passes that follow look for it: with all clients, whose next pass
+/// takes it, if the send ran alone; with its own client if others ran beside it, so that no log
+/// mixes two.
 void KeepTrace(LogStores &stores, CTransferTrace &trace, const CRunningSend &send,
                ClientLog &client) REQUIRES(stores.mutex) {
     auto passText = std::make_shared<CPassText>(trace.Scratch());
@@ -77,6 +79,9 @@ void KeepTrace(LogStores &stores, CTransferTrace &trace, const CRunningSend &sen
     }
 }
 
+/// Nothing has been traced since the client's last pass, and that was a pass over the same text.
+/// Its record then takes in this pass too: otherwise each pass would add a record, and a client
+/// that is asked for its log a thousand times would hold a thousand.
 bool ContinuesLast(const ClientLog &client, const TraceStore &store, std::size_t pass) {
     return !client.fileLines.empty() && store.entries.Bytes().empty() &&
            client.fileLines.back().passText == store.passText &&
@@ -98,6 +103,8 @@ void MakePass(LogStores &stores, ClientLog &client) REQUIRES(stores.mutex) {
         client.fileLines.splice(client.fileLines.end(), record);
     }
     if (code != 0) {
+        // GetLastResult tells the public code from now on. Later passes still need the internal
+        // one, which alone has a text.
         client.replacedResult = code;
         client.lastResult = GetPublicCode(GetResultCatalogue(), code);
     }
@@ -108,6 +115,7 @@ void MakePass(LogStores &stores, ClientLog &client) REQUIRES(stores.mutex) {
 CRunningSend::CRunningSend() {
     LogStores &stores = TheStores();
     const CLock lock(stores.mutex);
+    // Together these tell at the end whether any other send ran meanwhile, even one that is over.
     startedAlone = stores.runningSends++ == 0;
     startNumber = ++stores.startedSends;
 }

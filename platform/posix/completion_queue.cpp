@@ -64,6 +64,7 @@ struct Holder {
     std::uint32_t generation;
 };
 
+/// Clients may hold the queue for longer than the thread lives; closed, it takes nothing more.
 void EndThread(void *holder) noexcept {
     const std::unique_ptr<Holder> ending(static_cast<Holder *>(holder));
     if (ending->generation == ForkGeneration()) {
@@ -102,6 +103,8 @@ void CThreadQueue::Post(Entry entry) noexcept {
     if (closed) {
         return;  // The work is destroyed with the argument, after unlocking.
     }
+    // The first entry raises and the last one taken lowers: in between the descriptor stays as it
+    // is.
     if (waiting.empty()) {
         Raise(eventFd);
     }
@@ -119,6 +122,7 @@ int CThreadQueue::Descriptor() {
 }
 
 int CThreadQueue::Dispatch() {
+    // A sink that sends again would keep the caller here for ever if later entries counted.
     std::size_t limit = 0;
     {
         const CLock lock(mutex);

@@ -7,7 +7,7 @@
 namespace SMTPClientNS {
 namespace {
 
-constexpr DWORD Unshared = 0;
+constexpr DWORD Unshared = 0;  // Neither we nor another program may have the file open besides.
 constexpr DWORD Shared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr std::size_t LargestPiece = 1U << 30U;  // The calls count in 32 bits.
 
@@ -60,6 +60,8 @@ FileStatus GetFileStatus(const WideString &path) {
     if (!PathExists(path)) {
         return {};
     }
+    // Asks for no data, so that it succeeds on files that others hold unshared. A folder cannot be
+    // opened this way.
     const CFileHandle file = OpenFile(path, FILE_READ_ATTRIBUTES, Shared, OPEN_EXISTING);
     const std::optional<std::uint64_t> size = file ? SizeOf(file) : std::nullopt;
     return size ? FileStatus{FileKind::Regular, *size} : FileStatus{FileKind::Special, 0};
