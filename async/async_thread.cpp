@@ -105,8 +105,8 @@ public:
     }
 
     void Report(Task task) noexcept {
-        // Posted without the lock: a post to a thread that has ended destroys the task here, and the
-        // end of its client takes the lock again.
+        // Posted without the lock: a post to a thread that has ended destroys the task here, and
+        // the end of its client takes the lock again.
         std::shared_ptr<ICompletionQueue> queue;
         {
             const CLock lock(mutex);
