@@ -18,7 +18,7 @@
 #include <string_view>
 #include <thread>
 
-#include "tests/support/loopback.h"
+#include <asio.hpp>
 
 namespace {
 
@@ -138,12 +138,13 @@ int main(int argc, char **argv) {
         return EXIT_FAILURE;
     }
     ::signal(SIGPIPE, SIG_IGN);  // OpenSSL writes to connections that a client has closed.
-    int port = 0;
-    const int listener = SMTPClientNS::ListenOnLoopback(port);
-    std::printf("%d\n", port);
+    asio::io_context network;
+    asio::ip::tcp::acceptor listener(network, {asio::ip::address_v4::loopback(), 0});
+    std::printf("%d\n", listener.local_endpoint().port());
     std::fflush(stdout);
-    std::thread([listener, context] {
-        for (int accepted = -1; (accepted = ::accept(listener, nullptr, nullptr)) >= 0;) {
+    std::thread([&listener, context] {
+        for (int accepted = -1;
+             (accepted = ::accept(listener.native_handle(), nullptr, nullptr)) >= 0;) {
             std::thread([=] { CConversation(accepted, context).Serve(); }).detach();
         }
     }).detach();

@@ -6,7 +6,8 @@
 #include "fuzz/fuzz_input.h"
 #include "platform/posix/unique_fd.h"
 #include "tests/support/host_tools.h"
-#include "tests/support/loopback.h"
+
+#include <asio.hpp>
 
 namespace SMTPClientNS {
 namespace {
@@ -26,15 +27,15 @@ void AnswerOnce(int listener, std::string_view answers) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace SMTPClientNS;
-    static int port = 0;
-    static const int listener = ListenOnLoopback(port);
+    static asio::io_context context;
+    static asio::ip::tcp::acceptor listener(context, {asio::ip::address_v4::loopback(), 0});
     CFuzzInput input(data, size);
     const bool useTls = (input.Byte() & 1U) != 0;
     const Message message = MakeSmallMessage();
-    Client client = MakeClientFor(port);
+    Client client = MakeClientFor(listener.local_endpoint().port());
     client->SetUseTls(useTls);
     client->SetMessage(message.get());
-    std::thread answering([&input] { AnswerOnce(listener, input.Rest()); });
+    std::thread answering([&input] { AnswerOnce(listener.native_handle(), input.Rest()); });
     const std::int32_t code = client->Send();
     Require(code == 1 || (code <= -1 && code >= -18));
     Require(*client->GetLogText() != 0 && *client->GetLastLogEntry() != 0);

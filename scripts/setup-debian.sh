@@ -29,14 +29,14 @@ case $purpose in
         packages+=("${tests[@]}" postgresql libpq-dev libcli11-dev python3-psycopg2)
         ;;
     windows)
-        packages+=(libgtest-dev dpkg-dev clang g++-mingw-w64-x86-64-posix wine64 wine)
+        packages+=(libgtest-dev libasio-dev dpkg-dev clang g++-mingw-w64-x86-64-posix wine64 wine)
         command -v npm >/dev/null || packages+=(npm)
         ;;
     clang) packages+=("${tests[@]}" clang) ;;
     release) packages+=("${tests[@]}" libbenchmark-dev libssl-dev) ;;
-    bench) packages+=(libbenchmark-dev libssl-dev openssl python3-matplotlib) ;;
+    bench) packages+=(libbenchmark-dev libssl-dev libasio-dev openssl python3-matplotlib) ;;
     lint) packages+=(clang clang-tidy clang-format cppcheck) ;;
-    fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    fuzz) packages+=(clang libclang-rt-14-dev libasio-dev) ;;
     *)
         echo "$0: unknown purpose: $purpose" >&2
         exit 2

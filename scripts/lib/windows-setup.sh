@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds what the library needs on Windows, once: a static libcurl with Schannel, libiconv and
-# GoogleTest, into the folder given. Sources: Debian's own of libcurl, the npm package "iconv" for
+# Builds what the library and its tests need on Windows, once: a static libcurl with Schannel,
+# libiconv and GoogleTest, into the folder given. Sources: Debian's own of libcurl, the npm package "iconv" for
 # libiconv (Debian has none), libgtest-dev.
 #
 # Usage: windows-setup.sh FOLDER
@@ -9,6 +9,8 @@ here=$(cd "$(dirname "$0")/../.." && pwd)
 mkdir -p "${1:?folder}"
 cd "$1"
 prefix=$PWD/prefix
+mkdir -p "$prefix/include"
+ln -sf /usr/include/asio /usr/include/asio.hpp "$prefix/include"  # Headers alone.
 if [[ -e $prefix/complete ]]; then
     exit 0
 fi

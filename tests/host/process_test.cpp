@@ -8,7 +8,8 @@
 #include <cstdlib>
 
 #include "tests/host/host_test.h"
-#include "tests/support/loopback.h"
+
+#include <asio.hpp>
 
 namespace SMTPClientNS {
 namespace {
@@ -63,7 +64,7 @@ bool ConnectionsAreKeptApart() {
     for (int number = 0; number < MoreThanAreOpen; ++number) {
         sockaddr address = {};
         socklen_t size = sizeof address;
-        if (::getsockname(number, &address, &size) == 0 && address.sa_family == AF_INET &&
+        if (::getpeername(number, &address, &size) == 0 && address.sa_family == AF_INET &&
             (number <= STDERR_FILENO || ::fcntl(number, F_GETFD) != FD_CLOEXEC)) {
             return false;
         }
@@ -143,8 +144,9 @@ void TalkAndFallSilent(int listener, const std::vector<std::string> &replies) {
 /// Calls end with a background send and a Send under way, each with a server of those replies.
 void EndUnderTransfers(const std::vector<std::string> &replies, void (*end)()) {
     ::alarm(60);
-    int port = 0;
-    const int listener = ListenOnLoopback(port);
+    asio::io_context context;
+    asio::ip::tcp::acceptor listener(context, {asio::ip::address_v4::loopback(), 0});
+    const int port = listener.local_endpoint().port();
     staticHost.message = MakeSmallMessage();
     staticHost.client = MakeClientFor(port);
     static ISmtpClient *const direct = MakeClientFor(port).release();
@@ -157,8 +159,8 @@ void EndUnderTransfers(const std::vector<std::string> &replies, void (*end)()) {
         direct->Send();
         ::pause();  // OpenSSL's own end of a thread would race with its end of the process.
     }).detach();
-    TalkAndFallSilent(listener, replies);
-    TalkAndFallSilent(listener, replies);
+    TalkAndFallSilent(listener.native_handle(), replies);
+    TalkAndFallSilent(listener.native_handle(), replies);
     end();
 }
 

@@ -3,9 +3,12 @@
 #include <chrono>
 #include <utility>
 
-#include "tests/support/loopback.h"
+#include <asio.hpp>
 
 namespace SMTPClientNS {
+
+using asio::ip::tcp;
+
 namespace {
 
 constexpr std::chrono::minutes LongestWait(1);
@@ -27,102 +30,137 @@ std::string UsualReply(const std::string &step) {
 
 }  // namespace
 
+struct CSmtpServer::Network {
+    asio::io_context context{1};
+    tcp::acceptor listener{context, {asio::ip::address_v4::loopback(), 0}};
+};
+
+/// Lives as long as something is to come of it: its peer's next line, or the opening of the gate.
+class CSmtpServer::CConnection : public std::enable_shared_from_this<CConnection> {
+public:
+    CConnection(CSmtpServer &owner, tcp::socket accepted)
+        : server(owner), socket(std::move(accepted)) {
+        socket.set_option(tcp::no_delay(true), ignored);
+    }
+
+    void Answer(const std::string &step) {
+        const std::string reply = server.ReplyOrActionAt(step);
+        if (reply != Hold) {
+            Give(reply, step);
+            return;
+        }
+        server.held.push_back(
+            [self = shared_from_this(), step] { self->Give(UsualReply(step), step); });
+    }
+
+private:
+    void Give(const std::string &reply, const std::string &step) {
+        if (reply == Reset) {
+            socket.set_option(asio::socket_base::linger(true, 0), ignored);
+        }
+        if (reply == HangUp || reply == Reset) {
+            return;
+        }
+        if (reply != Silence) {
+            Say(reply);
+        }
+        const bool goesOn = reply[0] == '3';
+        isLogin = goesOn && step != "DATA";
+        if (goesOn && step == "DATA") {
+            inMail = true;
+            Answer("TEXT");
+        } else if (step != "QUIT") {
+            ReadLine();
+        }
+    }
+
+    void Say(const std::string &reply) {
+        const std::size_t piece = server.bytesSingly ? 1 : reply.size();
+        for (std::size_t at = 0; at < reply.size(); at += piece) {
+            asio::write(socket, asio::buffer(reply.data() + at, piece), ignored);
+        }
+    }
+
+    void ReadLine() {
+        const auto take = [self = shared_from_this()](const asio::error_code &end, std::size_t) {
+            std::string line;
+            if (!end && std::getline(self->input, line)) {
+                self->inMail ? self->TakeOfMail(line) : self->TakeCommand(line);
+            }
+        };
+        asio::async_read_until(socket, received, '\n', take);
+    }
+
+    void TakeCommand(std::string &line) {
+        line.erase(line.find_last_not_of('\r') + 1);
+        server.Keep(line);
+        Answer(isLogin ? "LOGIN" : line.substr(0, line.find(' ')));
+    }
+
+    void TakeOfMail(const std::string &line) {
+        if (line != ".\r") {
+            mail.data.append(line, line[0] == '.' ? 1 : 0) += '\n';
+            ReadLine();
+            return;
+        }
+        inMail = false;
+        server.Keep(std::exchange(mail, {}));
+        Answer("END");
+    }
+
+    CSmtpServer &server;
+    tcp::socket socket;
+    asio::error_code ignored;  // The client may have gone.
+    asio::streambuf received;
+    std::istream input{&received};
+    bool isLogin = false;
+    bool inMail = false;
+    ReceivedMail mail;
+};
+
 CSmtpServer::CSmtpServer(Keeper mailKeeper)
     : keeper(std::move(mailKeeper)),
-      listener(ListenOnLoopback(port)),
-      acceptor([this] { AcceptConnections(); }) {}
+      network(std::make_unique<Network>()),
+      port(network->listener.local_endpoint().port()) {
+    AcceptNext();
+    running = std::thread([this] { network->context.run(); });
+}
 
 CSmtpServer::~CSmtpServer() {
-    EndListener(listener, acceptor);
-    std::unique_lock<std::mutex> lock(mutex);
-    ending = true;
-    changed.notify_all();
-    for (const int connection : connections) {
-        ShutDownSocket(connection);
-    }
-    changed.wait(lock, [this] { return connections.empty(); });
+    network->context.stop();
+    running.join();
 }
 
-void CSmtpServer::AcceptConnections() {
-    int accepted = -1;
-    while ((accepted = AcceptConnection(listener)) >= 0) {
-        const std::lock_guard<std::mutex> lock(mutex);
-        connections.insert(accepted);
-        std::thread(&CSmtpServer::Serve, this, accepted).detach();
-    }
-}
-
-void CSmtpServer::Serve(int connection) {
-    CConnectionBuffer buffer(connection);
-    std::istream input(&buffer);
-    std::string reply = Answer(connection, "CONNECT");
-    for (std::string line; !reply.empty() && std::getline(input, line);) {
-        line.erase(line.find_last_not_of('\r') + 1);
-        if (!keeper) {
-            const std::lock_guard<std::mutex> lock(mutex);
-            commands.push_back(line);
+void CSmtpServer::AcceptNext() {
+    network->listener.async_accept([this](const asio::error_code &fault, tcp::socket accepted) {
+        if (!fault) {
+            std::make_shared<CConnection>(*this, std::move(accepted))->Answer("CONNECT");
         }
-        const bool isLogin = reply[0] == '3';
-        const std::string step = isLogin ? "LOGIN" : line.substr(0, line.find(' '));
-        reply = Answer(connection, step);
-        if (step == "DATA" && reply[0] == '3') {
-            reply = ReceiveMail(connection, input);
-        }
-    }
-    const std::lock_guard<std::mutex> lock(mutex);
-    connections.erase(connection);
-    CloseSocket(connection);
-    changed.notify_all();
-}
-
-std::string CSmtpServer::ReceiveMail(int connection, std::istream &input) {
-    const std::string reply = Answer(connection, "TEXT");
-    ReceivedMail mail;
-    std::string line;
-    while (!reply.empty() && std::getline(input, line) && line != ".\r") {
-        mail.data.append(line, line[0] == '.' ? 1 : 0) += '\n';
-    }
-    if (reply.empty() || !input) {
-        return "";
-    }
-    if (keeper) {
-        keeper(mail);
-    } else {
-        const std::lock_guard<std::mutex> lock(mutex);
-        mails.push_back(std::move(mail));
-    }
-    return Answer(connection, "END");
-}
-
-std::string CSmtpServer::Answer(int connection, const std::string &step) {
-    const std::string reply = ReplyOrActionAt(step);
-    if (reply == Reset) {
-        ResetWhenClosed(connection);
-    }
-    if (reply == HangUp || reply == Reset) {
-        return "";
-    }
-    if (reply == Silence) {
-        return reply;
-    }
-    const std::size_t piece = bytesSingly ? 1 : reply.size();
-    for (std::size_t at = 0; at < reply.size(); at += piece) {
-        SendText(connection, reply.data() + at, piece);
-    }
-    return step == "QUIT" ? "" : reply;
+        AcceptNext();
+    });
 }
 
 std::string CSmtpServer::ReplyOrActionAt(const std::string &step) {
-    std::unique_lock<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(mutex);
     ++counts[step];
     changed.notify_all();
     const auto scripted = script.find(step);
     const std::string action = scripted == script.end() ? UsualReply(step) : scripted->second;
-    if (action != Hold) {
-        return action;
+    return action == Hold && gateOpen ? UsualReply(step) : action;
+}
+
+void CSmtpServer::Keep(const std::string &command) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    commands.insert(commands.end(), keeper ? 0 : 1, command);
+}
+
+void CSmtpServer::Keep(ReceivedMail mail) {
+    if (keeper) {
+        keeper(mail);
+        return;
     }
-    changed.wait(lock, [this] { return gateOpen || ending; });
-    return gateOpen ? UsualReply(step) : HangUp;
+    const std::lock_guard<std::mutex> lock(mutex);
+    mails.push_back(std::move(mail));
 }
 
 void CSmtpServer::At(const std::string &step, const std::string &replyOrAction) {
@@ -130,15 +168,14 @@ void CSmtpServer::At(const std::string &step, const std::string &replyOrAction) 
     script[step] = replyOrAction;
 }
 
-void CSmtpServer::SendBytesSingly() {
-    SendAtOnce(listener);  // And each connection that it accepts.
-    bytesSingly = true;
-}
-
 void CSmtpServer::OpenGate() {
     const std::lock_guard<std::mutex> lock(mutex);
     gateOpen = true;
-    changed.notify_all();
+    asio::post(network->context, [this] {
+        for (const auto &goOn : std::exchange(held, {})) {
+            goOn();
+        }
+    });
 }
 
 bool CSmtpServer::WaitForCommands(const std::string &step, std::size_t count) {

@@ -4,10 +4,9 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
-#include <istream>
 #include <map>
+#include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,13 +17,13 @@ struct ReceivedMail {
     std::string data;  ///< With its line ends, dot-stuffing undone.
 };
 
-/// A scripted SMTP server on a loopback port of its own, a thread a connection.
+/// A scripted SMTP server on a loopback port of its own, with one thread for all connections.
 ///
 /// A step is the verb of a command, or "CONNECT", "LOGIN" (each line of a login behind AUTH),
 /// "TEXT" (of the mail) or "END" (of it). By default the server accepts everything.
 class CSmtpServer {
 public:
-    /// Takes each mail, on its connection's thread, in place of keeping mails and commands.
+    /// Takes each mail, on the server's thread, in place of keeping mails and commands.
     using Keeper = std::function<void(const ReceivedMail &)>;
 
     /// Actions beside a reply.
@@ -42,7 +41,7 @@ public:
 
     /// At this step from now on: a reply, whose lines end in CR LF, or one of the actions.
     void At(const std::string &step, const std::string &replyOrAction);
-    void SendBytesSingly();  ///< On connections made from now on.
+    void SendBytesSingly() { bytesSingly = true; }
     void OpenGate();
 
     /// Waits until a step has been reached that often, or that many mails have arrived; false after
@@ -55,14 +54,13 @@ public:
     std::vector<ReceivedMail> Mails() { return Copy(mails); }
 
 private:
-    void AcceptConnections();
-    void Serve(int connection);
+    class CConnection;
+    struct Network;
 
+    void AcceptNext();
     std::string ReplyOrActionAt(const std::string &step);
-
-    // Both give the last reply, which is sent by then, or Silence; empty if the connection ends.
-    std::string Answer(int connection, const std::string &step);
-    std::string ReceiveMail(int connection, std::istream &input);
+    void Keep(const std::string &command);
+    void Keep(ReceivedMail mail);
 
     template <typename T>
     T Copy(const T &guarded) {
@@ -71,9 +69,10 @@ private:
     }
 
     const Keeper keeper;
-    int port = 0;
-    const int listener;
+    const std::unique_ptr<Network> network;
+    const int port;
     std::atomic<bool> bytesSingly{false};
+    std::vector<std::function<void()>> held;  ///< The server's thread's: what waits at the gate.
 
     std::mutex mutex;  ///< Guards what follows.
     std::condition_variable changed;
@@ -81,11 +80,9 @@ private:
     std::map<std::string, std::size_t> counts;  ///< By step.
     std::vector<std::string> commands;
     std::vector<ReceivedMail> mails;
-    std::set<int> connections;  ///< Each served by a detached thread, which takes it out.
     bool gateOpen = false;
-    bool ending = false;
 
-    std::thread acceptor;  ///< Last, for it uses the rest.
+    std::thread running;
 };
 
 }  // namespace SMTPClientNS
