@@ -488,7 +488,7 @@ inline Message &Message::Attach(const std::filesystem::path &file) {
 inline Message &Message::Picture(const std::filesystem::path &file, std::string_view contentId) {
     constexpr const char *Operation = "Message::Picture";
     const std::u16string path = detail::FileText(Operation, file);
-    const std::u16string id = detail::LineText(Operation, "Content-ID", contentId);
+    const std::u16string id = detail::ToUtf16(contentId);
     detail::RefuseIf(!detail::IsContentId(id), Operation,
                      "the Content-ID is empty or has a control character or angle bracket");
     detail::RefuseIf(message->AddInlineImage(path.c_str(), id.c_str()) < 0, Operation,
@@ -549,7 +549,7 @@ inline Client &Client::Login(std::string_view user, std::string_view password) {
 inline Client &Client::Token(std::string_view user, std::string_view token,
                              std::string_view mechanism) {
     constexpr const char *Operation = "Client::Token";
-    const std::u16string mechanismText = detail::LineText(Operation, "mechanism", mechanism);
+    const std::u16string mechanismText = detail::ToUtf16(mechanism);
     detail::RefuseIf(mechanismText != u"XOAUTH2" && mechanismText != detail::OAuthBearer, Operation,
                      "the mechanism is neither XOAUTH2 nor OAUTHBEARER");
     const std::u16string userText = detail::TokenUserText(Operation, user, mechanismText);

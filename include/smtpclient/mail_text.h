@@ -286,7 +286,7 @@ inline std::u16string FileText(const char *operation, const std::filesystem::pat
 
 /// The host's text goes into a URL: nothing may pass that has a meaning there.
 inline std::u16string HostText(const char *operation, std::string_view utf8) {
-    std::u16string text = LineText(operation, "host", utf8);
+    std::u16string text = ToUtf16(utf8);
     const std::u16string_view host = text;
     const bool isBracketed = host.size() > 2 && host.front() == u'[' && host.back() == u']';
     const std::u16string_view inner = isBracketed ? host.substr(1, host.size() - 2) : host;

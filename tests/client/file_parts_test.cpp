@@ -17,26 +17,23 @@ std::string Noise(std::size_t size) {
     return noise;
 }
 
-/// What the server was told: the commands, and the mail from its first boundary on, with numbers in
-/// place of the boundaries, which are random.
+/// What the server was told: the commands, and the mail from its first boundary on. Boundaries are
+/// random, so each is shown as the same one.
 std::string Received(CSmtpServer &server) {
     std::string received;
     for (const std::string &command : server.Commands()) {
         received += command + "\r\n";
     }
     const std::string mail = server.Mails().at(0).data;
-    const std::string head = "boundary=";
-    std::string body = mail.substr(mail.find("\r\n--"));
-    std::size_t found = mail.find(head);
-    for (int number = 0; found != std::string::npos; found = mail.find(head, found + 1)) {
-        const std::size_t start = found + head.size();
-        const std::string boundary = mail.substr(start, mail.find('\r', start) - start);
-        const std::string shown = "<" + std::to_string(number++) + ">";
-        for (std::size_t at = 0; (at = body.find(boundary, at)) != std::string::npos;) {
-            body.replace(at, boundary.size(), shown);
-        }
+    received += mail.substr(mail.find("\r\n--"));
+    const std::string dashes(24, '-');
+    constexpr std::size_t Random = 16;  // Characters behind the dashes.
+    std::size_t at = 0;
+    while ((at = received.find(dashes, at)) != std::string::npos) {
+        at = received.find_first_not_of('-', at);
+        received.replace(at, Random, Random, 'x');
     }
-    return received + body;
+    return received;
 }
 
 using Transfer = std::int32_t (*)(SendHandles &handles);

@@ -1,16 +1,21 @@
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <regex>
+#include <set>
 
 #include "tests/support/host_tools.h"
 #include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 namespace {
+
+std::string HostName() {
+    std::string name(256, '\0');
+    EXPECT_EQ(::gethostname(name.data(), name.size()), 0);
+    return name.substr(0, name.find_first_of(std::string(".\0", 2)));
+}
 
 using Replacements = std::vector<std::pair<std::string, std::string>>;
 
@@ -27,14 +32,14 @@ std::string Masked(std::string text) {
     for (char number = '1'; std::regex_search(text, found, std::regex("-{24}[0-9a-f]{16}"));) {
         text = Replaced(text, {{found.str(), std::string("B") + number++}});
     }
-    return Replaced(
-        text,
-        {{"<[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}@[^>]+>", "<ID>"},
-         {"EHLO .*", "EHLO me"},
-         {"SIZE=[0-9]+|[0-9]+ bytes", "SIZE"},
-         {"127.0.0.1(:|\\)? port )[0-9]+", "HOST"},
-         {" after [0-9]+ ms| .errno: [0-9]+.", ""},
-         {"[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}", "TIME"}});
+    const std::string identifier =
+        "<[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}@" + HostName() + ">";
+    return Replaced(text, {{identifier, "<ID>"},
+                           {"EHLO .*", "EHLO me"},
+                           {"SIZE=[0-9]+|[0-9]+ bytes", "SIZE"},
+                           {"127.0.0.1(:|\\)? port )[0-9]+", "HOST"},
+                           {" after [0-9]+ ms| .errno: [0-9]+.", ""},
+                           {"[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}", "TIME"}});
 }
 
 /// A small mail on its way to a server that accepts everything.
@@ -62,7 +67,7 @@ const char *const WholeMail =
     "RCPT TO:<d@example.org>\r\nDATA\r\nContent-Type: multipart/mixed; boundary=B1\r\n"
     "Mime-Version: 1.0\r\nFrom: <<FROM>> <a@example.org>\r\n"
     "To: b@example.org,\r\n Dora  D <d@example.org>\r\nCc: <<CC>> <c@example.org>\r\n"
-    "Bcc: d@example.org\r\nX-Priority: 2 \r\nSubject: <<SUBJECT>>\r\n\r\nMessage - ID: <ID>\r\n"
+    "Bcc: d@example.org\r\n<<PRIORITY>>Subject: <<SUBJECT>>\r\n\r\nMessage - ID: <ID>\r\n"
     "\r\n\r\n--B1\r\nContent-Type: multipart/alternative; boundary=B2\r\n"
     "Content-Disposition: inline\r\n\r\n--B2\r\nContent-Type: text/html; charset=<<CHARSET>>\r\n"
     "Content-Transfer-Encoding: 8bit\r\n\r\n<<HTML>>\r\n"
@@ -98,8 +103,10 @@ TEST(Send, WritesExactBytes) {
          "=?Shift_JIS?b?R3JlIA==?==?Shift_JIS?b?k/qWew==?=", "Gre \x93\xFA\x96{"},
         {"unknown", "", "", "", "", 3},
     };
+    std::set<std::string> identifiers;
     for (const Case &c : cases) {
         SCOPED_TRACE(c.charset);
+        const bool isConverted = c.boxes == 0;
         Scene scene;
         IMimeMessage &message = *scene.message;
         message.SetCharset(Wide(c.charset).c_str());
@@ -107,7 +114,7 @@ TEST(Send, WritesExactBytes) {
         message.AddBcc(u"d@example.org", nullptr);
         message.AddCc(u"c@example.org", u"日本");
         message.AddRecipient(u"d@example.org", u"Dora  D");
-        message.SetPriority(PriorityHigh);
+        message.SetPriority(isConverted ? PriorityHigh : 7);
         message.SetSubject(u"Grüße 日本");
         message.SetTextBody(u".\r\nGrüße 日本\r\n..\r\n");
         message.SetHtmlBody(u"<p>Grüße 日本");
@@ -118,63 +125,22 @@ TEST(Send, WritesExactBytes) {
         EXPECT_EQ(scene.client->Send(), ResultSuccess);
         SmtpClientSetMessageBox(nullptr, nullptr);
         EXPECT_EQ(boxes, decltype(boxes)(c.boxes, NoConversion));
-        const bool isConverted = c.boxes == 0;
         const std::string body = c.body;
         std::string received;
         for (const std::string &command : scene.server.Commands()) {
             received += command + "\r\n";
         }
+        received += scene.server.Mails().at(0).data;
+        EXPECT_TRUE(identifiers.insert(received.substr(received.find(" - ID: "), 50)).second);
         EXPECT_EQ(
-            Masked(received + scene.server.Mails().at(0).data),
+            Masked(received),
             Replaced(WholeMail, {{"<<CHARSET>>", c.charset},
                                  {"<<FROM>>", c.from},
                                  {"<<CC>>", c.cc},
+                                 {"<<PRIORITY>>", isConverted ? "X-Priority: 2 \r\n" : ""},
                                  {"<<SUBJECT>>", c.subject},
                                  {"<<HTML>>", isConverted ? "<p>" + body : ""},
                                  {"<<TEXT>>", isConverted ? ".\r\n" + body + "\r\n..\r\n" : ""}}));
-    }
-}
-
-TEST(Send, GivesEachMailAnIdentifierAndKnownPrioritiesALine) {
-    std::string host(256, '\0');
-    ASSERT_EQ(::gethostname(host.data(), host.size()), 0);
-    host.resize(host.find_first_of(std::string(".\0", 2)));
-    Scene scene;
-    scene.message->SetPriority(7);
-    std::string identifiers[2];
-    for (std::string &identifier : identifiers) {
-        EXPECT_EQ(scene.client->Send(), ResultSuccess);
-        const std::string mail = scene.server.Mails().back().data;
-        EXPECT_EQ(mail.find("X-Priority"), std::string::npos);
-        EXPECT_NE(mail.find("@" + host + ">\r\n"), std::string::npos);
-        identifier = mail.substr(mail.find("Message - ID: <"), 51);
-    }
-    EXPECT_NE(identifiers[0], identifiers[1]);
-}
-
-TEST(Send, HangsUpThePartsThatTheMessageHas) {
-    for (unsigned int parts = 0; parts < 16; ++parts) {
-        SCOPED_TRACE(parts);
-        const bool hasText = (parts & 1U) != 0, hasHtml = (parts & 2U) != 0;
-        const bool hasImage = (parts & 4U) != 0, hasFile = (parts & 8U) != 0;
-        Scene scene;
-        scene.message->SetTextBody(hasText ? u"t" : u"");
-        scene.message->SetHtmlBody(hasHtml ? u"h" : u"");
-        scene.message->AddInlineImage(hasImage ? u"/" : u"", u"");  // HTML cannot name it.
-        scene.message->AddInlineImage(hasImage ? scene.folder.Write("i.png", "").c_str() : u"",
-                                      u"i");
-        scene.Attach(hasFile ? scene.folder.Write("a.bin", "") : u"");
-        EXPECT_EQ(scene.client->Send(), ResultSuccess);
-        std::string types;
-        std::string data = scene.server.Mails().at(0).data;
-        const std::regex type("Content-Type: [a-z]+/([a-z-]+)");
-        for (std::smatch found; std::regex_search(data, found, type); data = found.suffix()) {
-            types += found.str(1) + " ";
-        }
-        EXPECT_EQ(types, std::string("mixed ") + (hasText || hasHtml ? "alternative " : "") +
-                             (hasHtml ? "html " : "") + (hasText ? "plain " : "") +
-                             (hasHtml && hasImage ? "related png " : "") +
-                             (hasFile ? "mixed octet-stream " : ""));
     }
 }
 
@@ -201,16 +167,6 @@ TEST(Send, TellsWhatStoppedIt) {
         {[](S s) { s.message->AddBcc(u"x@x\rDATA", u""); }, -1, 43, 0, General},
         {[](S s) { s.message->SetSender(u"x@x>\nDATA", u""); }, -1, 43, 0, General},
         {[](S s) { s.Attach(u"/"); }, -16, 26, 0, Reading},
-        {[](S s) {
-             ::mkfifo(s.folder.PathOf("pipe").c_str(), S_IRWXU);
-             s.Attach(s.folder.WidePathOf("pipe"));
-         },
-         -16, 26, 0, Reading},
-        {[](S s) {
-             s.Attach(s.folder.Write("gone", "x"));
-             std::filesystem::remove(s.folder.PathOf("gone"));
-         },
-         -16, 26, 6, Reading + " (read function returned funny value)"},
         {[](S s) { s.client->SetPort(1); }, -5, 7, 0,
          "Failed to connect to host. (Failed to connect to HOST: Couldn't connect to server)"},
         {[](S s) { s.client->SetUseTls(true); }, -1, 64, 1, General + " (STARTTLS not supported.)"},
@@ -239,6 +195,11 @@ TEST(Send, TellsWhatStoppedIt) {
     }
 }
 
+bool HasDefaultHandler(int signal) {
+    struct sigaction present = {};
+    return ::sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL;
+}
+
 TEST(Send, KeepsLogsApartThatRanAtOnce) {
     Scene held;
     Scene quick;
@@ -248,6 +209,7 @@ TEST(Send, KeepsLogsApartThatRanAtOnce) {
     std::thread sending([&held] { EXPECT_EQ(held.client->Send(), ResultSuccess); });
     EXPECT_TRUE(held.server.WaitForCommands("EHLO", 1));
     EXPECT_EQ(quick.client->Send(), ResultSuccess);
+    EXPECT_TRUE(HasDefaultHandler(SIGPIPE));  // In the middle of a transfer.
     held.server.OpenGate();
     sending.join();
     for (Scene *scene : {&held, &quick}) {
@@ -279,6 +241,7 @@ TEST(Send, LogsWhatWasSaid) {
         last + last + block;
     Scene scene;
     scene.message->SetTextBody(u"");
+    scene.message->AddInlineImage(u"/", u"");  // No HTML, so that nothing shows it.
     scene.SetLogFile(true);
     testing::internal::CaptureStderr();
     EXPECT_EQ(scene.client->Send(), ResultSuccess);
@@ -334,48 +297,6 @@ TEST(Send, LogsItsOwnResultWhateverAMessageBoxAsked) {
     SmtpClientSetMessageBox(nullptr, nullptr);
     EXPECT_EQ(scene.client->GetLastResult(), 0);
     EXPECT_NE(scene.LogFile().find("left intact\nEmail sent successfully!"), std::string::npos);
-}
-
-TEST(Send, HoldsNoMoreOfALogThanItsText) {
-    constexpr std::size_t Polls = 4000;
-    constexpr std::size_t LongestBlock = 250;  // Bytes
-    Scene scene;
-    const std::size_t before = ::mallinfo2().uordblks;
-    for (std::size_t poll = 0; poll < Polls; ++poll) {
-        scene.client->GetLogText();
-    }
-    EXPECT_LT(::mallinfo2().uordblks - before, 2 * Polls * LongestBlock);
-}
-
-bool HasDefaultHandler(int signal) {
-    struct sigaction present = {};
-    return ::sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL;
-}
-
-// A SIGPIPE would end the test program.
-TEST(Send, LeavesTheHostsSignalsAlone) {
-    Scene scenes[6];
-    std::vector<std::thread> threads;
-    for (Scene &scene : scenes) {
-        const bool breaks = threads.size() % 2 == 1;
-        scene.message->SetTextBody(std::u16string(4U << 20U, u'x').c_str());
-        scene.server.At("MAIL", CSmtpServer::Hold);
-        if (breaks) {
-            scene.server.At("RCPT", "250 ok\r\n354 go, ahead of DATA\r\n");
-            scene.server.At("DATA", CSmtpServer::Reset);
-        }
-        threads.emplace_back(
-            [&scene, breaks] { EXPECT_EQ(scene.client->Send() == ResultSuccess, !breaks); });
-    }
-    for (Scene &scene : scenes) {
-        EXPECT_TRUE(scene.server.WaitForCommands("MAIL", 1));
-        EXPECT_TRUE(HasDefaultHandler(SIGPIPE));  // In the middle of the transfers.
-        scene.server.OpenGate();
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-    EXPECT_TRUE(HasDefaultHandler(SIGPIPE));
 }
 
 }  // namespace
