@@ -1,29 +1,43 @@
 #!/usr/bin/python3
 """Prints the outbox's mails a second, and the time from the insert's commit to the server's 250.
 
-outbox_bench.py WORKER SCHEMA
+outbox_bench.py WORKER
 """
+import asyncio
 import pathlib
 import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "tests/outbox"))
-from outbox_test import Server, database, start_worker, wait_until
+from outbox_test import SMTP, Server, add, counts, start_worker, trial_database, wait_until
 
-with database() as (cluster, folder):
+DELAY = 0.02  # Seconds, of every reply.
+
+
+class SlowConnection(SMTP):
+    async def push(self, status):
+        await asyncio.sleep(DELAY)
+        await super().push(status)
+        if status == "250 taken":
+            self.event_handler.times.append(time.monotonic())
+
+
+with trial_database() as outbox:
     for processes in (1, 2, 4):
-        server = Server(delay=0.02)
-        workers = [start_worker(cluster, server, folder) for _ in range(processes)]
-        wait_until(lambda: cluster.ask("SELECT count(*) FROM pg_stat_activity WHERE query LIKE '%outbox_claim%'"
-                                       " AND state = 'idle'") == [(4 * processes,)])
-        cluster.add(400 * processes, "'soon'")
-        wait_until(lambda: cluster.counts()[:3] == (0, 0, 0))
-        rate = len(server.times) / (max(server.times.values()) - min(server.times.values()))
+        server = Server(SlowConnection)
+        server.times = []
+        workers = [start_worker(outbox, server) for _ in range(processes)]
+        wait_until(lambda: outbox.ask("SELECT count(*) FROM pg_stat_activity WHERE query LIKE '%outbox_claim%'"
+                                      " AND state = 'idle'") == [(4 * processes,)])
+        mails = 400 * processes
+        add(outbox, mails, "'soon'")
+        wait_until(lambda: counts(outbox)[:3] == (0, 0, 0))
+        rate = mails / (server.times[-1] - server.times[0])
         begin = time.monotonic()
-        cluster.add(1, "'soon'")
-        wait_until(lambda: server.times[1] > begin)
-        print(f"{processes} processes: {rate:.0f} mails a second, {1000 * (server.times[1] - begin):.0f} ms to 250")
+        add(outbox, 1, "'soon'")
+        wait_until(lambda: len(server.times) > mails)
+        print(f"{processes} processes: {rate:.0f} mails a second, {1000 * (server.times[-1] - begin):.0f} ms to 250")
         for worker in workers:
             worker.terminate()
             worker.wait()
-        cluster.ask("TRUNCATE outbox_mail")
+        outbox.ask("TRUNCATE outbox_mail")

@@ -13,23 +13,26 @@ constexpr const char *Charsets[] = {"UTF-8",       "utf-8",  "ISO-8859-1", "Shif
                                     "ISO-2022-JP", "UTF-16", "UTF-7",      "GB18030",
                                     "EUC-KR",      "UTF-32", "ASCII",      "BIG5-HKSCS"};
 
+constexpr std::size_t LongestCharset = 503;
+
 struct ByIconv {
     std::string bytes;
-    bool failed = false;
+    int fault = 0;  ///< The last one's errno.
+    bool isWhole = false;
 
     /// Each place that cannot be converted gives replacement for its first faultLength bytes; with
     /// none, iconv itself decides whether it goes on.
     ByIconv(const char *to, const char *from, std::string_view input, std::string_view replacement,
             std::size_t faultLength) {
         const SMTPClientNS::CIconvDescriptor conversion(to, from);
-        bytes.resize(input.size() * 3);
+        bytes.resize(input.size() * 8);
         char *output = bytes.data();
         std::size_t left = bytes.size();
         for (bool goesOn = true; goesOn;) {
             const std::size_t before = input.size();
-            failed = conversion.Convert(input, output, left) != 0;
-            goesOn = failed && input.size() < before;
-            if (failed && !replacement.empty()) {
+            fault = conversion.Convert(input, output, left);
+            goesOn = fault != 0 && input.size() < before;
+            if (fault != 0 && !replacement.empty()) {
                 output = std::copy(replacement.begin(), replacement.end(), output);
                 left -= replacement.size();
                 input.remove_prefix(faultLength);
@@ -37,6 +40,7 @@ struct ByIconv {
             }
         }
         bytes.resize(bytes.size() - left);
+        isWhole = input.empty() || fault == EINVAL;  // Half a character at the end is dropped.
     }
 };
 
@@ -48,7 +52,7 @@ void CompareUtf8WithIconv(const std::u16string &text, std::string_view bytes) {
     using namespace SMTPClientNS;
     const ByIconv strict("utf-8", "utf-16le", BytesOf(text), {}, 0);
     const ByIconv dropping("utf-8//IGNORE", "utf-16le", BytesOf(text), {}, 0);
-    const bool isRefused = strict.failed && !strict.bytes.empty();
+    const bool isRefused = strict.fault != 0 && !strict.bytes.empty();
     CCharsetConverter converter;
     ConvertedText converted;
     const std::int32_t first = converter.ConvertWideToCharset("utf-8", text.c_str(), converted);
@@ -71,7 +75,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     CFuzzInput input(data, size);
     const std::uint8_t choice = input.Byte();
     const std::string charset = choice < 0xC0 ? Charsets[choice % std::size(Charsets)]
-                                              : std::string(input.Take(input.Byte()));
+                                              : std::string(input.Take(4U * input.Byte()));
     const std::u16string text = input.RestOfText();
 
     ConvertedText converted;
@@ -79,6 +83,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
         GetCharsetConverter().ConvertWideToCharset(charset, text.c_str(), converted);
     Require((code == ConvertDone) == (converted.buffer != nullptr));
     Require(code != ConvertDone || converted.buffer.get()[converted.size] == '\0');
+    Require((code == ConvertRefused) == (charset.empty() || text.empty()));
+    Require(code != ConvertDone || charset.size() <= LongestCharset);
+    if (choice < 0xC0 && !text.empty() && charset != "UTF-8" && charset != "utf-8") {
+        const ByIconv byIconv((charset + "//IGNORE").c_str(), "utf-16le", BytesOf(text), {}, 0);
+        Require(code == (byIconv.isWhole || byIconv.bytes.empty() ? ConvertDone : ConvertFailed));
+        Require(code == ConvertFailed || converted.Bytes() == byIconv.bytes);
+    }
 
     std::u16string joined;
     for (const Segment &segment : SplitSegments(text)) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -118,6 +119,7 @@ TEST(Send, WritesExactBytes) {
         message.SetSubject(u"Grüße 日本");
         message.SetTextBody(u".\r\nGrüße 日本\r\n..\r\n");
         message.SetHtmlBody(u"<p>Grüße 日本");
+        message.AddInlineImage(u"/", u"");  // HTML cannot name it.
         message.AddInlineImage(scene.folder.Write("pic.PNG", "pixels").c_str(), u"pic");
         scene.Attach(scene.folder.Write("a.txt", "file\n"));
         std::vector<std::u16string> boxes;
@@ -297,6 +299,17 @@ TEST(Send, LogsItsOwnResultWhateverAMessageBoxAsked) {
     SmtpClientSetMessageBox(nullptr, nullptr);
     EXPECT_EQ(scene.client->GetLastResult(), 0);
     EXPECT_NE(scene.LogFile().find("left intact\nEmail sent successfully!"), std::string::npos);
+}
+
+TEST(Send, HoldsNoMoreOfALogThanItsText) {
+    constexpr std::size_t Polls = 4000;
+    constexpr std::size_t LongestBlock = 250;  // Bytes
+    Scene scene;
+    const std::size_t before = ::mallinfo2().uordblks;
+    for (std::size_t poll = 0; poll < Polls; ++poll) {
+        scene.client->GetLogText();
+    }
+    EXPECT_LT(::mallinfo2().uordblks - before, 2 * Polls * LongestBlock);
 }
 
 }  // namespace

@@ -12,23 +12,6 @@ namespace {
 
 class Background : public CHostTest {};
 
-TEST_F(Background, ReportsInTheOrderOfTheIds) {
-    EXPECT_EQ(client->SendAsync(), 1);
-    client->SetMessage(nullptr);
-    EXPECT_EQ(client->SendAsync(), 2);
-    client->SetMessage(message.get());
-    message->Reset(ResetRecipients);
-    EXPECT_EQ(client->SendAsync(), 3);
-    message->Reset(ResetSender);
-    EXPECT_EQ(client->SendAsync(), 4);
-    ASSERT_TRUE(sink.WaitForReports(4));
-    EXPECT_EQ(sink.told,
-              "1=1 \n"
-              "2=-1 A general error occurred\n"
-              "3=-18 No recipients have been specified.\n"
-              "4=-17 No sender has been specified.\n");
-}
-
 TEST_F(Background, CancelTakesOnlyWhatIsQueued) {
     EXPECT_EQ(client->CancelAsync(0), -1);
     HoldOneSend();

@@ -33,14 +33,15 @@ protected:
 
 TEST_F(Coroutine, IsResumedWithEachOutcome) {
     const CTask task = SendTwice(client, told);
-    EXPECT_FALSE(task.IsDone());
+    EXPECT_FALSE(task.handle.done());
     DispatchUntilIdle();
-    EXPECT_TRUE(task.IsDone());
+    EXPECT_TRUE(task.handle.done());
     EXPECT_EQ(told, "-17sent");
+    task.handle.destroy();
 }
 
 TEST_F(Coroutine, MayEndBeforeItsSend) {
-    { const CTask task = SendTwice(client, told); }
+    SendTwice(client, told).handle.destroy();
     DispatchUntilIdle();
     EXPECT_EQ(told, "");
 }
@@ -49,7 +50,8 @@ TEST_F(Coroutine, StaysSuspendedWhenTheClientEnds) {
     const CTask task = SendTwice(client, told);
     client = Client("elsewhere");
     EXPECT_EQ(SmtpClientWaitEvents(SMTPClientNS::LongestWaitMs), 1);
-    EXPECT_FALSE(task.IsDone());
+    EXPECT_FALSE(task.handle.done());
+    task.handle.destroy();
 }
 
 }  // namespace

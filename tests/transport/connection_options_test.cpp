@@ -43,6 +43,7 @@ const std::string ToTls = Server + Login;
 const std::string ToChecks = ToTls + Tls;
 const std::string Rest = Login + Tls + NoChecks;
 const std::string All = Server + Rest;
+const std::u16string TooLong(ProxyValueCapacity, u'x');
 const std::string Proxy = "PROXY=p PROXYPORT=1 PROXYTYPE=";
 
 TEST(ConnectionOptions, AreSetInOrderUntilOneStops) {
@@ -75,8 +76,35 @@ TEST(ConnectionOptions, AreSetInOrderUntilOneStops) {
         {[](C c) { c.SetProxyEnabled(true); }, "PROXY= PROXYPORT=-1 PROXYTYPE=5 " + All},
         {[](C c) { c.SetProxy(u"p", 1, 1, u"a", u""); }, Proxy + "6 " + All},
         {[](C c) { c.SetProxy(u"p", 1, 3, u"", u"b"); }, Proxy + "7 " + All},
-        {[](C c) { c.SetProxy(u"p", 1, 7, u"a", u"b"); },
+        {[](C c) {
+             c.SetProxy(u"q", 2, 7, u"a", u"b");
+             c.SetProxy(u"p", 1, 2, u"", u"c");
+         },
          Proxy + "5 PROXYUSERNAME=a PROXYPASSWORD=b " + All},
+        // What is refused leaves the proxy before it, switched off.
+        {[](C c) {
+             c.SetProxy(u"p", 1, 7, u"a", u"b");
+             c.SetProxy(TooLong.c_str(), 2, 2, u"", u"");
+             c.SetProxy(u"q", 2, 2, TooLong.c_str(), u"c");
+             c.SetProxy(u"q", 2, 2, u"c", TooLong.c_str());
+             c.SetProxy(u"", 2, 2, u"c", u"c");
+         },
+         All},
+        {[](C c) {
+             c.SetProxy(u"p", 1, 7, u"a", u"b");
+             c.SetProxy(TooLong.c_str(), 2, 2, u"", u"");
+             c.SetProxyEnabled(true);
+         },
+         Proxy + "5 PROXYUSERNAME=a PROXYPASSWORD=b " + All},
+        {[](C c) { c.SetProxy(TooLong.c_str() + 1, 1, 7, u"", u""); },
+         "PROXY=" + Narrow(TooLong.substr(1)) + " PROXYPORT=1 PROXYTYPE=5 " + All},
+        {[](C c) {
+             c.SetHost(nullptr);
+             c.SetUserName(nullptr);
+             c.SetPassword(nullptr);
+             c.SetPassword(c.GetPassword());  // Its own text.
+         },
+         All},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.expected);
