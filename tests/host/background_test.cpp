@@ -12,26 +12,6 @@ namespace {
 
 class Background : public CHostTest {};
 
-TEST_F(Background, CancelTakesOnlyWhatIsQueued) {
-    EXPECT_EQ(client->CancelAsync(0), -1);
-    HoldOneSend();
-    for (const std::int32_t id : {2, 3, 4, 5}) {
-        EXPECT_EQ(client->SendAsync(), id);
-    }
-    const std::pair<std::int32_t, std::int32_t> calls[] = {
-        {1, -1}, {3, 1}, {3, -1}, {9, -1}, {-1, -1}, {5, 1}, {0, 1}, {0, -1}, {2, -1}, {1, -1}};
-    for (const auto &[taskId, expected] : calls) {
-        EXPECT_EQ(client->CancelAsync(taskId), expected) << taskId;
-    }
-    server.OpenGate();
-    ASSERT_TRUE(sink.WaitForReports(1));
-    EXPECT_EQ(client->CancelAsync(1), -1);
-    EXPECT_EQ(client->SendAsync(), 6);
-    ASSERT_TRUE(sink.WaitForReports(2));
-    EXPECT_EQ(sink.told, "1=1 \n6=1 \n");
-    EXPECT_EQ(server.Mails().size(), 2U);
-}
-
 TEST_F(Background, NeedsNothingOfTheHostButTheSinkOfTheEnd) {
     CSmtpServer otherServer;
     CRecordingSink swappedIn;
@@ -55,29 +35,6 @@ TEST_F(Background, NeedsNothingOfTheHostButTheSinkOfTheEnd) {
     EXPECT_EQ(sink.told, "");
     EXPECT_NE(server.Mails().at(0).data.find("\r\n\r\nhello\r\n"), std::string::npos);
     EXPECT_EQ(otherServer.Mails().size(), 1U);
-}
-
-TEST_F(Background, AllowsEverythingInsideTheSink) {
-    sink.act = [&](std::int32_t taskId, std::int32_t) {
-        if (taskId == 2) {
-            client.reset();
-            return;
-        }
-        server.At("MAIL", CSmtpServer::Hold);
-        EXPECT_EQ(client->SendAsync(), 2);
-        EXPECT_TRUE(server.WaitForCommands("MAIL", 2));
-        EXPECT_EQ(client->SendAsync(), 3);
-        EXPECT_EQ(client->CancelAsync(3), 1);
-        server.OpenGate();
-        EXPECT_TRUE(sink.WaitForReports(2));
-        sink.told += "end of 1\n";
-    };
-    client->SendAsync();
-    EXPECT_TRUE(IsReadable(descriptor));
-    EXPECT_EQ(SmtpClientWaitEvents(LongestWaitMs), 1);
-    EXPECT_EQ(sink.told, "1=1 \n2=1 \nend of 1\n");
-    EXPECT_FALSE(IsReadable(descriptor, 0));
-    EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(Background, LeavesTheLastSendAlone) {
@@ -108,7 +65,10 @@ TEST_F(Background, KeepsNoConnectionForAReportThatNobodyFetches) {
     }
     EXPECT_TRUE(server.WaitForMails(Sends));
     EXPECT_TRUE(ReturnTo(withWorker));
+    EXPECT_TRUE(IsReadable(descriptor));
     EXPECT_TRUE(sink.WaitForReports(Sends));
+    EXPECT_FALSE(IsReadable(descriptor, 0));
+    EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(Background, WorkerTakesNoSignal) {

@@ -327,17 +327,24 @@ TEST_F(MailBackground, CancelDestroysTheCallback) {
         client.Send(SmallMessage(), Recorder(name));
     }
     EXPECT_EQ(life.use_count(), 5);
-    EXPECT_FALSE(client.Cancel(0));
-    EXPECT_FALSE(client.Cancel(1));
+    for (const std::int32_t other : {0, 1, 5}) {
+        EXPECT_FALSE(client.Cancel(other)) << other;
+    }
     EXPECT_TRUE(client.Cancel(3));
     EXPECT_FALSE(client.Cancel(3));
     EXPECT_EQ(life.use_count(), 4);
     EXPECT_TRUE(client.CancelAll());
     EXPECT_FALSE(client.CancelAll());
     EXPECT_EQ(client.Pending(), 1U);
+    EXPECT_EQ(client.Get()->SendAsync(), 5);  // Without a message, and without a callback.
+    EXPECT_TRUE(client.CancelAll());
+    EXPECT_FALSE(client.CancelAll());
     server.OpenGate();
     EXPECT_TRUE(WaitForReport());
-    EXPECT_EQ(told, "first1;");
+    EXPECT_EQ(client.Send(Message(), Recorder("last")), 6);
+    EXPECT_TRUE(WaitForReport());
+    EXPECT_EQ(told, "first1;last-17No sender has been specified.;");
+    EXPECT_EQ(server.Mails().size(), 1U);
 }
 
 TEST_F(MailBackground, EndOfTheClientDestroysCallbacksButNoSend) {
@@ -358,10 +365,11 @@ TEST_F(MailBackground, CallbackMaySendCancelAndEndTheClient) {
             owned.reset();
             told += std::to_string(outcome.code);
         });
+        EXPECT_TRUE(WaitForReport());
+        told += " inside the first";
     });
-    while (owned != nullptr && WaitForReport()) {
-    }
-    EXPECT_EQ(told, "1");
+    EXPECT_TRUE(WaitForReport());
+    EXPECT_EQ(told, "1 inside the first");
     EXPECT_EQ(life.use_count(), 1);
     EXPECT_TRUE(server.WaitForMails(3));
 }

@@ -36,10 +36,8 @@ Store StoreOfATransfer(const std::string &file, const std::string &folder) {
     return Store(store, X509_STORE_free);
 }
 
-constexpr int None = -1;
-
 int SizeOf(const Store &store) {
-    return store != nullptr ? sk_X509_OBJECT_num(X509_STORE_get0_objects(store.get())) : None;
+    return store != nullptr ? sk_X509_OBJECT_num(X509_STORE_get0_objects(store.get())) : -1;
 }
 
 struct Scene {
@@ -78,21 +76,15 @@ TEST(SharedTrust, IsLoadedOnceForEachChange) {
     const Store anew = scene.Get();
     EXPECT_NE(anew, whole);
     EXPECT_EQ(SizeOf(anew) + 1, SizeOf(whole));
-    struct Case {
-        const char *name;
-        std::string content;
-        int size;
+    const std::pair<std::string, int> contents[] = {
+        {scene.first, 1},
+        {"-----BEGIN CERTIFICATE-----\n!\n-----END CERTIFICATE-----\n", -1},
+        {scene.first, 1},
+        {"", -1},
     };
-    const Case cases[] = {
-        {"the others are taken away", scene.first, 1},
-        {"cannot be read", "-----BEGIN CERTIFICATE-----\n!\n-----END CERTIFICATE-----\n", None},
-        {"is back", scene.first, 1},
-        {"is empty", "", None},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        scene.Write(c.content);
-        EXPECT_EQ(SizeOf(scene.Get()), c.size);
+    for (const auto &[content, size] : contents) {
+        scene.Write(content);
+        EXPECT_EQ(SizeOf(scene.Get()), size) << content;
     }
     fs::remove(scene.file);
     EXPECT_EQ(scene.Get(), nullptr);
@@ -103,24 +95,18 @@ TEST(SharedTrust, IsLoadedOnceForEachChange) {
 TEST(SharedTrust, IsOneForAllThreadsAndAnotherInAChild) {
     Scene scene;
     scene.LeadToSystemFile();
-    std::vector<Store> stores(8);
-    std::vector<std::thread> threads;
-    for (Store &store : stores) {
-        threads.emplace_back([&] { store = scene.Get(); });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-    for (const Store &store : stores) {
-        EXPECT_EQ(store, stores.front());
-    }
-    X509_STORE_lock(stores.front().get());  // By another thread of the parent, say.
+    Store other;
+    std::thread loading([&] { other = scene.Get(); });
+    const Store store = scene.Get();
+    loading.join();
+    EXPECT_EQ(store, other);
+    X509_STORE_lock(store.get());  // By another thread of the parent, say.
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(60);
         ::_exit(scene.Get() != nullptr ? 0 : 1);
     }
-    X509_STORE_unlock(stores.front().get());
+    X509_STORE_unlock(store.get());
     int status = -1;
     ::waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);

@@ -139,13 +139,5 @@ TEST(Tables, ServeTheSystemsOwnCompiler) {
     EXPECT_TRUE(server.WaitForCommands("QUIT", 2));
 }
 
-TEST(Macros, OfTheSystemLeaveTheOperationsAlone) {
-    smtpclient::Client client("mail.example.org");
-    client.Get()->SetPort(26);
-    EXPECT_EQ(client.Get()->GetPort(), 26);
-    EXPECT_EQ(client.Get()->GetMessage(), nullptr);
-    EXPECT_EQ(client.Get()->GetUserName(), std::u16string());
-}
-
 }  // namespace
 }  // namespace SMTPClientNS
