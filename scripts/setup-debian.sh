@@ -36,7 +36,7 @@ case $purpose in
     release) packages+=("${tests[@]}" libbenchmark-dev libssl-dev) ;;
     bench) packages+=(libbenchmark-dev libssl-dev libasio-dev openssl python3-matplotlib) ;;
     lint) packages+=(clang clang-tidy clang-format cppcheck) ;;
-    fuzz) packages+=(clang libclang-rt-14-dev libasio-dev) ;;
+    fuzz) packages+=(clang libclang-rt-14-dev) ;;
     *)
         echo "$0: unknown purpose: $purpose" >&2
         exit 2

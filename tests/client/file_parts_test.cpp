@@ -4,7 +4,6 @@
 
 #include "client/prepare_send.h"
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 namespace {

@@ -7,7 +7,6 @@
 #include <set>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -44,13 +43,9 @@ std::string Masked(std::string text) {
 }
 
 /// A small mail on its way to a server that accepts everything.
-struct Scene {
+struct Scene : CSender {
     CTemporaryFolder folder;
-    CSmtpServer server;
-    Message message = MakeSmallMessage();
-    Client client = MakeClientFor(server.Port());
 
-    Scene() { client->SetMessage(message.get()); }
     void Attach(const std::u16string &path) { message->AddAttachment(path.c_str()); }
     std::u16string LogPath() const { return folder.WidePathOf("log"); }
     void SetLogFile(bool append) { client->SetLogFile(LogPath().c_str(), append); }

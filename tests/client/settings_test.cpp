@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -41,14 +40,11 @@ TEST(Settings, LeaveNoSecretInMemory) {
         client.reset();
         EXPECT_FALSE(HeapHolds<char16_t>(secret));
     }
-    CSmtpServer server;
-    const Message message = MakeSmallMessage();
-    const Client client = MakeClientFor(server.Port());
-    client->SetMessage(message.get());
+    const CSender sender;
     for (const bool isTraced : {true, false}) {
-        EXPECT_EQ(client->Send() == ResultSuccess, isTraced);
+        EXPECT_EQ(sender.client->Send() == ResultSuccess, isTraced);
         EXPECT_EQ(HeapHolds<char>("C: AHVzZXIAcGFzcw=="), isTraced);
-        client->SetPort(1);
+        sender.client->SetPort(1);
     }
 }
 

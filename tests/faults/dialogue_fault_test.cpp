@@ -3,7 +3,6 @@
 #include <chrono>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 namespace {

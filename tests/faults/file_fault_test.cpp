@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 namespace {
@@ -17,25 +16,20 @@ TEST(LogFileFaults, NeverTouchTheResult) {
     const int holder = ::open(folder.PathOf("locked").c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(::flock(holder, LOCK_EX), 0);
     ASSERT_EQ(::mkfifo(folder.PathOf("pipe").c_str(), 0600), 0);
-    CSmtpServer server;
-    const Message message = MakeSmallMessage();
+    const CSender sender;
     for (const std::string &path :
          {std::string("/dev/full"), folder.PathOf("no/such/folder/log"), folder.PathOf("locked"),
           folder.PathOf("pipe"), folder.PathOf("."), std::string("/proc/version")}) {
         for (const bool append : {true, false}) {
             SCOPED_TRACE(path);
-            const Client client = MakeClientFor(server.Port());
-            client->SetMessage(message.get());
-            client->SetLogFile(Wide(path).c_str(), append);
-            EXPECT_EQ(client->Send(), ResultSuccess);
-            EXPECT_EQ(client->GetLastResult(), 0);
+            sender.client->SetLogFile(Wide(path).c_str(), append);
+            EXPECT_EQ(sender.client->Send(), ResultSuccess);
+            EXPECT_EQ(sender.client->GetLastResult(), 0);
         }
     }
     EXPECT_EQ(folder.Read("locked"), "held by another\n");
-    const Client client = MakeClientFor(server.Port());
-    client->SetMessage(message.get());
-    client->SetLogFile(folder.WidePathOf("log").c_str(), true);
-    client->Send();
+    sender.client->SetLogFile(folder.WidePathOf("log").c_str(), true);
+    sender.client->Send();
     struct stat status = {};
     EXPECT_EQ(::stat(folder.PathOf("log").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode, S_IFREG | 0600U);
@@ -68,13 +62,9 @@ TEST(AttachmentFaults, AFileThatChanges) {
         SCOPED_TRACE(std::string(c.heldAt) + ": " + c.change);
         const bool waits = c.heldAt == std::string("EHLO");
         const CTemporaryFolder folder;
-        CSmtpServer server;
+        CSender sender;
+        auto &[server, sink, message, client] = sender;
         server.At(c.heldAt, CSmtpServer::Hold);
-        const Client client = MakeClientFor(server.Port());
-        CRecordingSink sink;
-        client->SetCompletionSink(&sink);
-        const Message message = MakeSmallMessage();
-        client->SetMessage(message.get());
         if (waits) {
             client->SendAsync();
         }

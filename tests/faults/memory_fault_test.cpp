@@ -7,7 +7,6 @@
 #include <cerrno>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 extern "C" {
 void *__libc_malloc(std::size_t size);
@@ -62,15 +61,11 @@ long FailEachAllocation(const Action &action, const Check &check) {
 
 TEST(MemoryFaults, EachFailedAllocationEndsOneSendAlone) {
     const CTemporaryFolder folder;
-    CSmtpServer server;
-    CRecordingSink sink;
-    const Message message = MakeSmallMessage();
+    CSender sender;
+    auto &[server, sink, message, client] = sender;
     message->SetSubject(u"Grüße an alle");
     message->AddAttachment(folder.Write("a.txt", "attached").c_str());
-    const Client client = MakeClientFor(server.Port());
-    client->SetMessage(message.get());
     client->SetLogFile(folder.WidePathOf("log").c_str(), false);
-    client->SetCompletionSink(&sink);
     ASSERT_EQ(client->Send(), ResultSuccess);  // What libraries make once in a process is made.
     std::size_t accepted = 1;
     sink.act = [&accepted](std::int32_t, std::int32_t code) {
@@ -80,7 +75,7 @@ TEST(MemoryFaults, EachFailedAllocationEndsOneSendAlone) {
     std::size_t queued = 0;
     std::int32_t code = 0;
     std::int32_t id = 0;
-    const auto send = [&] {
+    const auto send = [&, &client = client] {
         code = client->Send();
         id = client->SendAsync();
     };

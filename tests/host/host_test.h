@@ -6,19 +6,13 @@
 
 #include "tests/support/host_tools.h"
 #include "tests/support/resources.h"
-#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 
 /// A server, and a host with one client that is ready to send a small mail. At its end each test is
 /// asked for the threads and descriptors that it took.
-class CHostTest : public testing::Test {
+class CHostTest : public testing::Test, protected CSender {
 protected:
-    CHostTest() {
-        client->SetMessage(message.get());
-        client->SetCompletionSink(&sink);
-    }
-
     void TearDown() override {
         client.reset();
         EXPECT_TRUE(ReturnTo(start));
@@ -31,10 +25,6 @@ protected:
         ASSERT_TRUE(server.WaitForCommands("MAIL", 1));
     }
 
-    CSmtpServer server;
-    CRecordingSink sink;
-    Message message = MakeSmallMessage();
-    Client client = MakeClientFor(server.Port());
     const int descriptor = SmtpClientEventFd();
     const std::pair<std::ptrdiff_t, std::ptrdiff_t> start = Resources();
 };

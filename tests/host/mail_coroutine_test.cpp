@@ -3,7 +3,6 @@
 #include <smtpclient/mail.h>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 #include "tests/support/task.h"
 
 namespace smtpclient {

@@ -4,7 +4,6 @@
 #include <smtpclient/mail.h>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 namespace smtpclient {
 namespace {

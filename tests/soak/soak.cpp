@@ -13,7 +13,6 @@
 
 #include "tests/support/host_tools.h"
 #include "tests/support/resources.h"
-#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 namespace {

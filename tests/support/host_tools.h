@@ -10,7 +10,10 @@
 #include <string>
 #include <thread>
 
+#include <smtpclient/mail_text.h>
 #include <smtpclient/smtpclient.h>
+
+#include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
 
@@ -48,18 +51,11 @@ inline Message MakeSmallMessage() {
     return message;
 }
 
-/// ASCII to UTF-16.
-inline std::u16string Wide(const std::string &text) {
-    return {text.begin(), text.end()};
+inline std::u16string Wide(const std::string &utf8) {
+    return smtpclient::detail::ToUtf16(utf8);
 }
-
-/// UTF-16 to ASCII, with a question mark for the rest.
 inline std::string Narrow(const std::u16string &text) {
-    std::string narrow;
-    for (const char16_t unit : text) {
-        narrow += unit < 0x80 ? static_cast<char>(unit) : '?';
-    }
-    return narrow;
+    return smtpclient::detail::ToUtf8(text);
 }
 
 /// A folder that goes with its content.
@@ -117,6 +113,19 @@ public:
     std::string told;
     std::size_t reports = 0;
     std::int32_t lastCode = 0;
+};
+
+/// A server that accepts everything, and a host that is ready to send it a small mail.
+struct CSender {
+    CSender() {
+        client->SetMessage(message.get());
+        client->SetCompletionSink(&sink);
+    }
+
+    CSmtpServer server;
+    CRecordingSink sink;
+    Message message = MakeSmallMessage();
+    Client client = MakeClientFor(server.Port());
 };
 
 }  // namespace SMTPClientNS

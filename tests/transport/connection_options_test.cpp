@@ -84,15 +84,14 @@ TEST(ConnectionOptions, AreSetInOrderUntilOneStops) {
         // What is refused leaves the proxy before it, switched off.
         {[](C c) {
              c.SetProxy(u"p", 1, 7, u"a", u"b");
-             c.SetProxy(TooLong.c_str(), 2, 2, u"", u"");
-             c.SetProxy(u"q", 2, 2, TooLong.c_str(), u"c");
-             c.SetProxy(u"q", 2, 2, u"c", TooLong.c_str());
              c.SetProxy(u"", 2, 2, u"c", u"c");
          },
          All},
         {[](C c) {
              c.SetProxy(u"p", 1, 7, u"a", u"b");
              c.SetProxy(TooLong.c_str(), 2, 2, u"", u"");
+             c.SetProxy(u"q", 2, 2, TooLong.c_str(), u"c");
+             c.SetProxy(u"q", 2, 2, u"c", TooLong.c_str());
              c.SetProxyEnabled(true);
          },
          Proxy + "5 PROXYUSERNAME=a PROXYPASSWORD=b " + All},

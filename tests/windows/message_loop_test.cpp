@@ -4,7 +4,6 @@
 #include <smtpclient/mail.h>
 
 #include "tests/support/host_tools.h"
-#include "tests/support/smtp_server.h"
 
 extern "C" int SendTwiceByMsvcTables(int port);
 
@@ -52,12 +51,8 @@ TEST(MessageLoop, ReportsToItsThreadWithAWindowForEachClient) {
 }
 
 TEST(MessageLoop, HostWithoutOneWaits) {
-    CSmtpServer server;
-    CRecordingSink sink;
-    const Message message = MakeSmallMessage();
-    const Client client = MakeClientFor(server.Port());
-    client->SetCompletionSink(&sink);
-    client->SetMessage(message.get());
+    CSender sender;
+    auto &[server, sink, message, client] = sender;
     EXPECT_EQ(SmtpClientWaitEvents(0), 0);
     client->SendAsync();
     ::PostMessageW(nullptr, WM_APP, 0, 0);  // The host's own stays.
@@ -67,26 +62,19 @@ TEST(MessageLoop, HostWithoutOneWaits) {
 }
 
 TEST(MessageLoop, ThreadThatEndsDropsItsReports) {
-    CSmtpServer server;
-    CRecordingSink sink;
+    CSender sender;
     std::thread([&] {
-        const Message message = MakeSmallMessage();
-        const Client client = MakeClientFor(server.Port());
-        client->SetCompletionSink(&sink);
-        client->SetMessage(message.get());
-        client->SendAsync();
-        EXPECT_TRUE(server.WaitForMails(1));
+        sender.client->SendAsync();
+        EXPECT_TRUE(sender.server.WaitForMails(1));
+        sender.client.reset();
     }).join();
-    EXPECT_EQ(sink.reports, 0U);
+    EXPECT_EQ(sender.sink.reports, 0U);
 }
 
 TEST(MessageBoxOfTheSystem, WaitsForItsAnswer) {
-    CSmtpServer server;
-    const Message message = MakeSmallMessage();
-    message->SetCharset(u"unknown");
-    message->SetSubject(u"\u00E9");
-    const Client client = MakeClientFor(server.Port());
-    client->SetMessage(message.get());
+    const CSender sender;
+    sender.message->SetCharset(u"unknown");
+    sender.message->SetSubject(u"\u00E9");
     std::atomic<int> answered{0};
     std::atomic<bool> isSent{false};
     std::thread answering([&] {
@@ -98,23 +86,21 @@ TEST(MessageBoxOfTheSystem, WaitsForItsAnswer) {
             ::Sleep(1);
         }
     });
-    EXPECT_EQ(client->Send(), ResultSuccess);
+    EXPECT_EQ(sender.client->Send(), ResultSuccess);
     isSent = true;
     answering.join();
     EXPECT_GE(answered, 1);
 }
 
 TEST(Files, AreNotSharedAndHaveWidePaths) {
-    CSmtpServer server;
+    CSender sender;
+    auto &[server, sink, message, client] = sender;
     const CTemporaryFolder folder;
     const std::filesystem::path names =
         std::filesystem::path(folder.PathOf("")) / L"\u5199\u771F \u00E9";
     std::filesystem::create_directory(names);
     const std::filesystem::path file = names / L"\u65E5.txt";
     std::ofstream(file, std::ios::binary) << "text";
-    const Message message = MakeSmallMessage();
-    const Client client = MakeClientFor(server.Port());
-    client->SetMessage(message.get());
     message->LoadBodyFromFile(file.u16string().c_str(), BodyTextUtf8);
     EXPECT_EQ(message->GetTextBody(), std::u16string(u"text"));
     message->AddAttachment(file.u16string().c_str());
