@@ -76,20 +76,17 @@ TEST(FileParts, OfEveryNameAreThoseOfLibcurl) {
         u"none", u"two.pdf.zip", u".gif",     u"a.",         u"quo\"ted",
         u"b\\s", u"a blank.txt", u"日本.bin", u"ta\tb\r\nx", u"gif",
     };
-    for (const std::u16string extension :
-         {u"gif",  u"jpg", u"jpeg", u"png",  u"bmp", u"svg",  u"txt", u"htm",
-          u"html", u"pdf", u"xml",  u"GIF",  u"JPG", u"Jpeg", u"PNG", u"BMP",
-          u"SVG",  u"TXT", u"HTM",  u"HTML", u"PDF", u"XML"}) {
+    for (const std::u16string extension : {u"gif", u"jpg", u"jpeg", u"png", u"bmp", u"svg", u"txt",
+                                           u"htm", u"html", u"pdf", u"xml", u"Jpeg", u"PDF"}) {
         names.push_back(u"a." + extension);
     }
     const CTemporaryFolder folder;
     const Message message = MakeSmallMessage();
     message->SetHtmlBody(u"<p>");
     for (const std::u16string &name : names) {
-        const std::filesystem::path path = std::filesystem::path(folder.PathOf("")) / name;
-        std::ofstream(path) << "content";
-        message->AddAttachment(path.u16string().c_str());
-        message->AddInlineImage(path.u16string().c_str(), u"id");
+        const std::u16string path = folder.Write(Narrow(name), "content");
+        message->AddAttachment(path.c_str());
+        message->AddInlineImage(path.c_str(), u"id");
     }
     ASSERT_EQ(message->GetAttachmentCount(), static_cast<std::int32_t>(names.size()));
     ExpectTheSameMail(*message);

@@ -89,7 +89,6 @@ TEST(DialogueFaults, EndInTheirResultAndLeaveTheClientFitForTheNextSend) {
             }
 
             CSmtpServer sound;
-            sound.SendBytesSingly();
             client->SetPort(sound.Port());
             client->SetProxyEnabled(false);
             client->SetUseTls(false);

@@ -13,13 +13,14 @@ import shutil
 import sys
 import time
 
+sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "examples/python"))
 import servers
+import smtpclient
 from servers import BOXES, HOST, OLD_TOKEN, OTHER_HOST, PASSWORD, TOKEN, USER
 
 PASSWORD_LOGINS = {"PLAIN": servers.AUTH_PLAIN, "LOGIN": servers.AUTH_LOGIN,
                    "CRAM-MD5": servers.AUTH_CRAM_MD5}
 TOKEN_LOGINS = {"XOAUTH2": servers.AUTH_XOAUTH2, "OAUTHBEARER": servers.AUTH_OAUTHBEARER}
-HEADERS = pathlib.Path(__file__).parents[2] / "include/smtpclient"
 SENDER, TO = "a@example.test", "r1@example.test"
 PICTURE, PHOTO, DATA, NOTE = CONTENTS = {
     "/mnt/picture.png": b"\x89PNG\r\n\x1a\n" + bytes(range(256)), "/mnt/photo.jpg": b"\xff\xd8\xff",
@@ -126,25 +127,6 @@ FAILURES = [
 ]
 
 
-# An interface of the library, called by the places that its operations have in its table.
-class Native:
-    def __init__(self, library, factory, header):
-        text = (HEADERS / header).read_text().replace("virtual void Reserved", "")  # On Windows alone.
-        names = re.findall(r"^ +virtual [^(]*?(\w+)\(", text, re.M)
-        self.places = {name: place + 1 for place, name in enumerate(names)}  # Two destructors.
-        create = getattr(library, factory)
-        create.restype = ctypes.c_void_p
-        self.pointer = ctypes.c_void_p(create())
-        self.table = ctypes.cast(self.pointer, ctypes.POINTER(ctypes.POINTER(ctypes.c_void_p)))[0]
-
-    def call(self, name, *values):
-        values = [(value.replace("\n", "\r\n") + "\0").encode("utf-16-le")
-                  if isinstance(value, str) else value for value in values]
-        types = [ctypes.c_int if isinstance(value, int) else ctypes.c_void_p for value in values]
-        kind = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, *types)
-        return kind(self.table[self.places[name]])(self.pointer, *values)
-
-
 # What parsers are to find: the headers, then the tree of parts.
 def expected_mail(operations):
     def values(name):
@@ -184,7 +166,7 @@ class Suite:
     def __init__(self, flavour, library):
         if flavour == "gnutls":
             ctypes.CDLL("libcurl-gnutls.so.4", ctypes.RTLD_GLOBAL)
-        self.library, self.rows, self.failed = ctypes.CDLL(library), 0, 0
+        self.library, self.rows, self.failed = smtpclient.Library(library), 0, 0
 
     def check(self, row, expected, found):
         self.rows += 1
@@ -196,19 +178,19 @@ class Suite:
 
     # The internal and the public code.
     def send(self, settings, operations):
-        client = Native(self.library, "CreateSmtpClient", "smtp_client.h")
-        message = Native(self.library, "CreateMimeMessage", "mime_message.h")
-        client.call("SetMessage", message.pointer)
+        client, message = self.library.client(), self.library.message()
+        client.SetMessage(message)
         for name, *values in [(name, *(value if isinstance(value, tuple) else (value,)))
                               for name, value in settings.items()] + operations:
+            values = [value.replace("\n", "\r\n") if isinstance(value, str) else value for value in values]
             if name == "trust":
                 shutil.copyfile(*values, "/etc/ssl/certs/ca-certificates.crt")
             else:
-                (client if name in client.places else message).call(name, *values)
-        code = client.call("Send")
-        codes = client.call("GetLastResult"), code
-        message.call("Release")
-        client.call("Release")
+                (getattr(client, name, None) or getattr(message, name))(*values)
+        code = client.Send()
+        codes = client.GetLastResult(), code
+        message.Release()
+        client.Release()
         return codes
 
     def deliver(self, road, settings, shape):

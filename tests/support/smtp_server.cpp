@@ -62,7 +62,7 @@ private:
             return;
         }
         if (reply != Silence) {
-            Say(reply);
+            asio::write(socket, asio::buffer(reply), ignored);
         }
         const bool goesOn = reply[0] == '3';
         isLogin = goesOn && step != "DATA";
@@ -71,13 +71,6 @@ private:
             Answer("TEXT");
         } else if (step != "QUIT") {
             ReadLine();
-        }
-    }
-
-    void Say(const std::string &reply) {
-        const std::size_t piece = server.bytesSingly ? 1 : reply.size();
-        for (std::size_t at = 0; at < reply.size(); at += piece) {
-            asio::write(socket, asio::buffer(reply.data() + at, piece), ignored);
         }
     }
 

@@ -41,7 +41,6 @@ public:
 
     /// At this step from now on: a reply, whose lines end in CR LF, or one of the actions.
     void At(const std::string &step, const std::string &replyOrAction);
-    void SendBytesSingly() { bytesSingly = true; }
     void OpenGate();
 
     /// Waits until a step has been reached that often, or that many mails have arrived; false after
@@ -71,7 +70,6 @@ private:
     const Keeper keeper;
     const std::unique_ptr<Network> network;
     const int port;
-    std::atomic<bool> bytesSingly{false};
     std::vector<std::function<void()>> held;  ///< The server's thread's: what waits at the gate.
 
     std::mutex mutex;  ///< Guards what follows.

@@ -1,11 +1,5 @@
 #!/usr/bin/python3
-"""What the compiler does not see to.
-
-checks.py layers SOURCE   the folders' edges
-checks.py unload LIBRARY  a client goes on when the library has been unloaded under it
-"""
-import _ctypes
-import ctypes
+"""What each folder may include: check_folders.py SOURCE"""
 import pathlib
 import re
 import sys
@@ -59,19 +53,5 @@ def layers(source):
                 yield f"{file}: operations have changed places"
 
 
-def unload(library):
-    loaded = ctypes.CDLL(library)
-    loaded.CreateSmtpClient.restype = ctypes.c_void_p
-    client = ctypes.c_void_p(loaded.CreateSmtpClient())
-    table = ctypes.cast(client, ctypes.POINTER(ctypes.POINTER(ctypes.c_void_p)))[0]
-    operation = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p)
-    operation(table[2 + 1])(client)  # SendAsync
-    wait = loaded.SmtpClientWaitEvents
-    _ctypes.dlclose(loaded._handle)
-    operation(table[2 + 34])(client)  # Release
-    if wait(60000) != 1:
-        yield "no report"
-
-
-faults = list({"layers": layers, "unload": unload}[sys.argv[1]](sys.argv[2]))
+faults = list(layers(sys.argv[1]))
 sys.exit("\n".join(faults) or 0)
