@@ -65,15 +65,16 @@ TEST(DialogueFaults, EndInTheirResultAndLeaveTheClientFitForTheNextSend) {
             }
             SCOPED_TRACE(std::string(row.step) + (row.useTls ? " with TLS, " : ", ") +
                          Faults[i].name);
-            CSmtpServer faulty;
+            CSender sender;
+            ISmtpClient *const client = sender.client.get();
             if (row.useTls) {
-                faulty.At("EHLO", "250-test\r\n250 STARTTLS\r\n");
+                sender.server.At("EHLO", "250-test\r\n250 STARTTLS\r\n");
             }
-            faulty.At(row.step, Faults[i].action);
-            const Client client = MakeClientFor(faulty.Port());
+            sender.server.At(row.step, Faults[i].action);
             client->SetUseTls(row.useTls);
             if (row.proxyType != NoProxy) {
-                client->SetProxy(u"127.0.0.1", faulty.Port(), row.proxyType, nullptr, nullptr);
+                client->SetProxy(u"127.0.0.1", sender.server.Port(), row.proxyType, nullptr,
+                                 nullptr);
             }
             client->SetConnectTimeout(1);
             client->SetMessage(message.get());

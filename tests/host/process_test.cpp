@@ -14,6 +14,8 @@
 namespace SMTPClientNS {
 namespace {
 
+using asio::ip::tcp;
+
 class Process : public CHostTest {};
 
 std::chrono::steady_clock::time_point exitBegan;
@@ -75,11 +77,12 @@ bool ConnectionsAreKeptApart() {
 TEST_F(Process, KeepsConnectionsFromStandardStreamsAndFromPrograms) {
     const pid_t child = ::fork();
     if (child == 0) {
+        bool holds = client->Send() == ResultSuccess && ConnectionsAreKeptApart();
         for (const int stream : {0, 1, 2}) {
             ::close(stream);
         }
-        const bool isSent = client->Send() == ResultSuccess;  // Told to the standard error stream.
-        ::_exit(isSent && ConnectionsAreKeptApart() ? 0 : 1);
+        holds &= client->Send() == ResultSuccess && ConnectionsAreKeptApart();
+        ::_exit(holds ? 0 : 1);
     }
     int status = -1;
     EXPECT_EQ(::waitpid(child, &status, 0), child);
@@ -130,22 +133,21 @@ struct StaticHost {
 } staticHost;
 
 /// Accepts, gives the replies and falls silent, having heard one more thing.
-void TalkAndFallSilent(int listener, const std::vector<std::string> &replies) {
-    const int peer = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+void TalkAndFallSilent(tcp::acceptor &listener, const std::vector<std::string> &replies) {
+    static auto &peers = *new std::vector<tcp::socket>;  // They outlive the process's end.
+    tcp::socket &peer = peers.emplace_back(listener.accept());
     char heard[4096];
     for (const std::string &reply : replies) {
-        if (::send(peer, reply.data(), reply.size(), 0) < 0 ||
-            ::recv(peer, heard, sizeof heard, 0) <= 0) {
-            ::_exit(2);
-        }
+        asio::write(peer, asio::buffer(reply));
+        peer.read_some(asio::buffer(heard));
     }
 }
 
 /// Calls end with a background send and a Send under way, each with a server of those replies.
 void EndUnderTransfers(const std::vector<std::string> &replies, void (*end)()) {
     ::alarm(60);
-    asio::io_context context;
-    asio::ip::tcp::acceptor listener(context, {asio::ip::address_v4::loopback(), 0});
+    static auto &context = *new asio::io_context;
+    tcp::acceptor listener(context, {asio::ip::address_v4::loopback(), 0});
     const int port = listener.local_endpoint().port();
     staticHost.message = MakeSmallMessage();
     staticHost.client = MakeClientFor(port);
@@ -159,8 +161,8 @@ void EndUnderTransfers(const std::vector<std::string> &replies, void (*end)()) {
         direct->Send();
         ::pause();  // OpenSSL's own end of a thread would race with its end of the process.
     }).detach();
-    TalkAndFallSilent(listener.native_handle(), replies);
-    TalkAndFallSilent(listener.native_handle(), replies);
+    TalkAndFallSilent(listener, replies);
+    TalkAndFallSilent(listener, replies);
     end();
 }
 

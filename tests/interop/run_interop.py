@@ -35,16 +35,13 @@ JAPANESE = [("SetSubject", "日本語の件名です"), ("SetSender", SENDER, "�
 # The operations that fill each message. Expected in the mailbox is what they say.
 SHAPES = {
     "text": [("SetTextBody", TEXT)],
-    "html": [("SetHtmlBody", HTML)],
     "both, ISO-8859-1": [
         ("SetCharset", "ISO-8859-1"), ("SetSubject", "Grüße"), ("SetHtmlBody", HTML),
         ("SetSender", SENDER, "Josué Müßig"), ("AddRecipient", TO, "Åse Ørsted"),
         ("SetTextBody", "Schöne Grüße")],
-    "pictures": [("SetHtmlBody", HTML), ("AddInlineImage", PICTURE, "one@x"),
-                 ("AddInlineImage", PHOTO, "two@x")],
-    "attachments": [("SetTextBody", TEXT), ("AddAttachment", DATA), ("AddAttachment", NOTE)],
     "everything": [("SetHtmlBody", HTML), ("SetTextBody", TEXT), ("AddAttachment", DATA),
-                   ("AddInlineImage", PICTURE, "one@x"), ("SetSender", SENDER, "The Sender"),
+                   ("AddAttachment", NOTE), ("AddInlineImage", PICTURE, "one@x"),
+                   ("AddInlineImage", PHOTO, "two@x"), ("SetSender", SENDER, "The Sender"),
                    ("AddRecipient", TO, "The First"), ("AddCc", "r2@example.test", "The Second")],
     "200, one hidden": [
         ("SetTextBody", TEXT), ("AddBcc", "r200@example.test", "X"),

@@ -86,7 +86,7 @@ private:
 
     void TakeCommand(std::string &line) {
         line.erase(line.find_last_not_of('\r') + 1);
-        server.Keep(line);
+        server.Append(server.commands, line);
         Answer(isLogin ? "LOGIN" : line.substr(0, line.find(' ')));
     }
 
@@ -97,7 +97,7 @@ private:
             return;
         }
         inMail = false;
-        server.Keep(std::exchange(mail, {}));
+        server.Append(server.mails, std::exchange(mail, {}));
         Answer("END");
     }
 
@@ -111,10 +111,8 @@ private:
     ReceivedMail mail;
 };
 
-CSmtpServer::CSmtpServer(Keeper mailKeeper)
-    : keeper(std::move(mailKeeper)),
-      network(std::make_unique<Network>()),
-      port(network->listener.local_endpoint().port()) {
+CSmtpServer::CSmtpServer()
+    : network(std::make_unique<Network>()), port(network->listener.local_endpoint().port()) {
     AcceptNext();
     running = std::thread([this] { network->context.run(); });
 }
@@ -140,20 +138,6 @@ std::string CSmtpServer::ReplyOrActionAt(const std::string &step) {
     const auto scripted = script.find(step);
     const std::string action = scripted == script.end() ? UsualReply(step) : scripted->second;
     return action == Hold && gateOpen ? UsualReply(step) : action;
-}
-
-void CSmtpServer::Keep(const std::string &command) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    commands.insert(commands.end(), keeper ? 0 : 1, command);
-}
-
-void CSmtpServer::Keep(ReceivedMail mail) {
-    if (keeper) {
-        keeper(mail);
-        return;
-    }
-    const std::lock_guard<std::mutex> lock(mutex);
-    mails.push_back(std::move(mail));
 }
 
 void CSmtpServer::At(const std::string &step, const std::string &replyOrAction) {

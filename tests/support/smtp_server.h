@@ -23,16 +23,13 @@ struct ReceivedMail {
 /// "TEXT" (of the mail) or "END" (of it). By default the server accepts everything.
 class CSmtpServer {
 public:
-    /// Takes each mail, on the server's thread, in place of keeping mails and commands.
-    using Keeper = std::function<void(const ReceivedMail &)>;
-
     /// Actions beside a reply.
     static constexpr const char *HangUp = "hang up";
     static constexpr const char *Reset = "reset";      ///< Closes with RST.
     static constexpr const char *Silence = "silence";  ///< Answers nothing until the server ends.
     static constexpr const char *Hold = "hold";  ///< Answers as usual once OpenGate is called.
 
-    explicit CSmtpServer(Keeper mailKeeper = nullptr);
+    CSmtpServer();
     ~CSmtpServer();
     CSmtpServer(const CSmtpServer &) = delete;
     CSmtpServer &operator=(const CSmtpServer &) = delete;
@@ -58,8 +55,12 @@ private:
 
     void AcceptNext();
     std::string ReplyOrActionAt(const std::string &step);
-    void Keep(const std::string &command);
-    void Keep(ReceivedMail mail);
+
+    template <typename T>
+    void Append(std::vector<T> &guarded, T arrived) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        guarded.push_back(std::move(arrived));
+    }
 
     template <typename T>
     T Copy(const T &guarded) {
@@ -67,7 +68,6 @@ private:
         return guarded;
     }
 
-    const Keeper keeper;
     const std::unique_ptr<Network> network;
     const int port;
     std::vector<std::function<void()>> held;  ///< The server's thread's: what waits at the gate.

@@ -40,71 +40,60 @@ int SizeOf(const Store &store) {
     return store != nullptr ? sk_X509_OBJECT_num(X509_STORE_get0_objects(store.get())) : -1;
 }
 
-struct Scene {
-    CTemporaryFolder folder;
-    std::string file = folder.PathOf("trusted");
-    std::string first;  ///< Of the system's certificates.
-
-    Scene() {
-        std::ifstream system(SystemFile);
-        for (std::string line;
-             first.find("END") == std::string::npos && std::getline(system, line);) {
-            first += line + "\n";
-        }
+/// The first of the system's certificates.
+std::string FirstCertificate() {
+    std::ifstream system(SystemFile);
+    std::string text;
+    for (std::string line; text.find("END") == std::string::npos && std::getline(system, line);) {
+        text += line + "\n";
     }
-    void Write(const std::string &content) {
-        if (fs::is_symlink(file)) {
-            fs::remove(file);
-        }
-        folder.Write("trusted", content);
-    }
-    void LeadToSystemFile() {
-        fs::remove(file);
-        fs::create_symlink(SystemFile, file);
-    }
-    Store Get() { return StoreOfATransfer(file, folder.PathOf("")); }
-};
+    return text;
+}
 
 TEST(SharedTrust, IsLoadedOnceForEachChange) {
-    Scene scene;
-    scene.LeadToSystemFile();
-    const Store whole = scene.Get();
+    const CTemporaryFolder folder;
+    const std::string file = folder.PathOf("trusted");
+    const auto get = [&] { return StoreOfATransfer(file, folder.PathOf("")); };
+    fs::create_symlink(SystemFile, file);
+    const Store whole = get();
     ASSERT_GT(SizeOf(whole), 1);
-    EXPECT_EQ(scene.Get(), whole);
+    EXPECT_EQ(get(), whole);
     // As if a check had taken a certificate from the folder.
     X509_STORE_add_cert(whole.get(), std::shared_ptr<X509>(X509_new(), X509_free).get());
-    const Store anew = scene.Get();
+    const Store anew = get();
     EXPECT_NE(anew, whole);
     EXPECT_EQ(SizeOf(anew) + 1, SizeOf(whole));
+    fs::remove(file);
+    EXPECT_EQ(get(), nullptr);
     const std::pair<std::string, int> contents[] = {
-        {scene.first, 1},
+        {FirstCertificate(), 1},
         {"-----BEGIN CERTIFICATE-----\n!\n-----END CERTIFICATE-----\n", -1},
-        {scene.first, 1},
+        {FirstCertificate(), 1},
         {"", -1},
     };
     for (const auto &[content, size] : contents) {
-        scene.Write(content);
-        EXPECT_EQ(SizeOf(scene.Get()), size) << content;
+        folder.Write("trusted", content);
+        EXPECT_EQ(SizeOf(get()), size) << content;
     }
-    fs::remove(scene.file);
-    EXPECT_EQ(scene.Get(), nullptr);
-    scene.LeadToSystemFile();
-    EXPECT_EQ(SizeOf(scene.Get()), SizeOf(anew));
+    fs::remove(file);
+    fs::create_symlink(SystemFile, file);
+    EXPECT_EQ(SizeOf(get()), SizeOf(anew));
 }
 
 TEST(SharedTrust, IsOneForAllThreadsAndAnotherInAChild) {
-    Scene scene;
-    scene.LeadToSystemFile();
+    const CTemporaryFolder folder;
+    const auto get = [&] { return StoreOfATransfer(SystemFile, folder.PathOf("")); };
     Store other;
-    std::thread loading([&] { other = scene.Get(); });
-    const Store store = scene.Get();
+    std::thread loading([&] { other = get(); });
+    const Store store = get();
     loading.join();
     EXPECT_EQ(store, other);
+    ASSERT_NE(store, nullptr);
     X509_STORE_lock(store.get());  // By another thread of the parent, say.
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(60);
-        ::_exit(scene.Get() != nullptr ? 0 : 1);
+        ::_exit(get() != nullptr ? 0 : 1);
     }
     X509_STORE_unlock(store.get());
     int status = -1;
