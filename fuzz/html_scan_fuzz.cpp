@@ -52,8 +52,7 @@ std::u16string TagsFrom(std::string_view bytes) {
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace SMTPClientNS;
     CFuzzInput input(data, size);
-    const bool raw = (input.Byte() & 1U) != 0;
-    const std::u16string body = raw ? input.RestOfText() : TagsFrom(input.Rest());
+    const std::u16string body = TagsFrom(input.Rest());
     CMimeMessage message;
     message.SetHtmlBody(body.c_str());
     ScanHtmlImages(message);

@@ -66,9 +66,7 @@ TEST_F(Background, WorkerTakesNoSignal) {
     HoldOneSend();
     std::string masks;
     for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ostringstream content;
-        content << std::ifstream(task.path() / "status").rdbuf();
-        const std::string status = content.str();
+        const std::string status = ReadFile(task.path() / "status");
         if (status.find("Name:\tsmtpclient\n") == 0) {
             masks += status.substr(status.find("SigBlk:"), 25);
         }
@@ -128,11 +126,9 @@ TEST(BackgroundWait, OutlivesSignalsAndKeepsItsTime) {
 TEST_F(Background, ThreadThatEndedIsToldNothing) {
     server.At("MAIL", CSmtpServer::Hold);
     std::thread([&] {
-        const Client own = MakeClientFor(server.Port());
-        own->SetMessage(message.get());
-        own->SetCompletionSink(&sink);
-        own->SendAsync();
-        own->SendAsync();
+        client->SendAsync();
+        client->SendAsync();
+        client.reset();
     }).join();
     server.OpenGate();
     EXPECT_TRUE(server.WaitForMails(2));

@@ -58,6 +58,12 @@ inline std::string Narrow(const std::u16string &text) {
     return smtpclient::detail::ToUtf8(text);
 }
 
+/// Empty if there is none.
+inline std::string ReadFile(const std::filesystem::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 /// A folder that goes with its content.
 class CTemporaryFolder {
 public:
@@ -79,11 +85,7 @@ public:
         return WidePathOf(name);
     }
 
-    /// A file's content; empty if there is none.
-    std::string Read(const std::string &name) const {
-        std::ifstream file(path / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string Read(const std::string &name) const { return ReadFile(path / name); }
 
 private:
     std::filesystem::path path;

@@ -42,12 +42,9 @@ int SizeOf(const Store &store) {
 
 /// The first of the system's certificates.
 std::string FirstCertificate() {
-    std::ifstream system(SystemFile);
-    std::string text;
-    for (std::string line; text.find("END") == std::string::npos && std::getline(system, line);) {
-        text += line + "\n";
-    }
-    return text;
+    const std::string all = ReadFile(SystemFile);
+    const std::string end = "-----END CERTIFICATE-----\n";
+    return all.substr(0, all.find(end) + end.size());
 }
 
 TEST(SharedTrust, IsLoadedOnceForEachChange) {
