@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -16,17 +15,8 @@ constexpr std::size_t LongestOfAll = 32000;  ///< Of one in many. More than icon
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The number of the run that is under way, for whoever looks at a core or a sanitizer's report:
-/// the runs are the same ones each time.
-volatile unsigned long runNumber = 0;
-
 void Run(const Bytes &input) {
-    runNumber = runNumber + 1;
     LLVMFuzzerTestOneInput(input.data(), input.size());
-}
-
-void TellRun(int /*signal*/) {
-    std::fprintf(stderr, "in run %lu\n", runNumber);
 }
 
 std::vector<Bytes> StoredInputs(const char *folder) {
@@ -59,7 +49,6 @@ int main(int count, char **arguments) {
     if (count != 3) {
         return 2;
     }
-    std::signal(SIGABRT, TellRun);
     const std::vector<Bytes> stored = StoredInputs(arguments[1]);
     for (const Bytes &input : stored) {
         Run(input);

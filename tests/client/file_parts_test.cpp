@@ -23,7 +23,7 @@ std::string Received(CSmtpServer &server) {
     for (const std::string &command : server.Commands()) {
         received += command + "\r\n";
     }
-    const std::string mail = server.Mails().at(0).data;
+    const std::string mail = server.Mails().at(0);
     received += mail.substr(mail.find("\r\n--"));
     const std::string dashes(24, '-');
     constexpr std::size_t Random = 16;  // Characters behind the dashes.
@@ -38,14 +38,13 @@ std::string Received(CSmtpServer &server) {
 using Transfer = std::int32_t (*)(SendHandles &handles);
 
 std::string Send(IMimeMessage &message, Transfer transfer) {
-    CSmtpServer server;
-    const Client client = MakeClientFor(server.Port());
-    client->SetMessage(&message);
+    CSender sender;
+    sender.client->SetMessage(&message);
     SendHandles handles;
     MakeSendHandles(handles);
-    EXPECT_EQ(PrepareSend(handles, client.get()), CURLE_OK);
+    EXPECT_EQ(PrepareSend(handles, sender.client.get()), CURLE_OK);
     EXPECT_EQ(transfer(handles), CURLE_OK);
-    return Received(server);
+    return Received(sender.server);
 }
 
 void ExpectTheSameMail(IMimeMessage &message) {

@@ -132,7 +132,7 @@ TEST(Send, WritesExactBytes) {
         for (const std::string &command : scene.server.Commands()) {
             received += command + "\r\n";
         }
-        received += scene.server.Mails().at(0).data;
+        received += scene.server.Mails().at(0);
         EXPECT_TRUE(identifiers.insert(received.substr(received.find(" - ID: "), 50)).second);
         EXPECT_EQ(
             Masked(received),

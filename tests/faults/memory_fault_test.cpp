@@ -82,6 +82,8 @@ TEST(MemoryFaults, EachFailedAllocationEndsOneSendAlone) {
     const auto check = [&] {
         EXPECT_TRUE(code == ResultSuccess || code < 0);
         accepted += code == ResultSuccess ? 1 : 0;
+        EXPECT_EQ(client->GetLastResult() == 0,
+                  code == ResultSuccess);  // The background send's is not there.
         queued += id > 0 ? 1 : 0;
         EXPECT_EQ(id, id > 0 ? static_cast<std::int32_t>(queued) : -1);
     };

@@ -25,25 +25,7 @@ TEST_F(Background, NeedsNothingOfTheHostButTheSinkOfTheEnd) {
     ASSERT_TRUE(swappedIn.WaitForReports(1));
     EXPECT_EQ(swappedIn.told, "1=1 \n");
     EXPECT_EQ(sink.told, "");
-    EXPECT_NE(server.Mails().at(0).data.find("\r\n\r\nhello\r\n"), std::string::npos);
-}
-
-TEST_F(Background, LeavesTheLastSendAlone) {
-    const CTemporaryFolder folder;
-    const auto state = [&] {
-        return std::to_string(client->GetLastResult()) + Narrow(client->GetLastLogEntry()) +
-               Narrow(client->GetLogText()) + folder.Read("log");
-    };
-    client->SetLogFile(folder.WidePathOf("log").c_str(), true);
-    server.At("RCPT", "550 no\r\n");
-    EXPECT_EQ(client->Send(), ResultSendFailed);
-    const std::string afterSend = state();
-    server.At("RCPT", "250 ok\r\n");
-    client->SendAsync();
-    client->SetMessage(nullptr);
-    client->SendAsync();
-    ASSERT_TRUE(sink.WaitForReports(2));
-    EXPECT_EQ(state(), afterSend);
+    EXPECT_NE(server.Mails().at(0).find("\r\n\r\nhello\r\n"), std::string::npos);
 }
 
 TEST_F(Background, KeepsNoConnectionForAReportThatNobodyFetches) {

@@ -2,8 +2,8 @@
 
 #include <smtpclient/mail.h>
 
+#include "examples/task.h"
 #include "tests/support/host_tools.h"
-#include "tests/support/task.h"
 
 namespace smtpclient {
 namespace {

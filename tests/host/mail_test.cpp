@@ -215,7 +215,7 @@ TEST(Mail, WritesWhatIsSafe) {
     message.Text("a\nb\rc\r\nd\n\r\n.\n").HtmlFile(folder.PathOf("page.html"));
     message.Attach(folder.PathOf("\u5199\u771F.png"));
     EXPECT_EQ(ClientFor(server).Send(message).text, "Email sent successfully! (250 queued as 1)");
-    const std::string data = server.Mails().at(0).data;
+    const std::string data = server.Mails().at(0);
     for (
         const std::string &part :
         {"From: a@example.org\r\nTo: \"Doe, \\\"J\\\\\\\"\" <b@example.org>,\r\n J Doe <c@example.org>"s +

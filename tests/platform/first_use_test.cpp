@@ -15,28 +15,28 @@ std::atomic<bool> isForking{false};
 std::atomic<bool> isInside{false};
 std::atomic<bool> hasForked{false};
 
+void WaitFor(const std::atomic<bool> &event) {
+    while (!event) {
+        std::this_thread::yield();
+    }
+}
+
 TEST(FirstUse, IsOverBeforeAForkComes) {
     ::pthread_atfork([] { isForking = true; }, nullptr, nullptr);  // Runs ahead of the library's.
     std::thread initialising([] {
         {
             const CFirstUse firstUse;
             isInside = true;
-            while (!isForking) {
-                std::this_thread::yield();
-            }
+            WaitFor(isForking);
             for (int step = 0; step < 1000; ++step) {
                 std::this_thread::yield();
             }
             isInside = false;
         }
-        while (!hasForked) {  // The thread sanitizer takes one that has ended for a leak of the
-                              // child's.
-            std::this_thread::yield();
-        }
+        // The thread sanitizer takes one that has ended for a leak of the child's.
+        WaitFor(hasForked);
     });
-    while (!isInside) {
-        std::this_thread::yield();
-    }
+    WaitFor(isInside);
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(60);

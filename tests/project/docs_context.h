@@ -13,13 +13,11 @@
 
 #include <smtpclient/mail.h>
 
-#include "tests/support/task.h"
+#include "examples/task.h"
 
 #include <asio.hpp>
 
-#if __has_include(<QSocketNotifier>)
 #include <QSocketNotifier>
-#endif
 
 inline smtpclient::Client client("mail.example.org");
 inline smtpclient::Message message;

@@ -5,8 +5,7 @@ import re
 import subprocess
 import sys
 
-QT = subprocess.run(["pkg-config", "--exists", "Qt6Core"]).returncode == 0
-LIBRARIES = ["glib-2.0", "libuv"] + (["Qt6Core"] if QT else [])
+LIBRARIES = ["glib-2.0", "libuv", "Qt6Core"]
 
 
 def samples(page):
@@ -15,8 +14,7 @@ def samples(page):
         compile(fence[1], page, "exec")
     for fence in re.finditer(r"^```cpp\n(.*?)^```$", text, re.M | re.S):
         line = text.count("\n", 0, fence.start()) + 2
-        if QT or "QSocketNotifier" not in fence[1]:
-            yield f'#line {line} "{page}"\n', fence[1]
+        yield f'#line {line} "{page}"\n', fence[1]
 
 
 def compile_all(compiler, flags, code):

@@ -39,9 +39,7 @@ struct CSmtpServer::Network {
 class CSmtpServer::CConnection : public std::enable_shared_from_this<CConnection> {
 public:
     CConnection(CSmtpServer &owner, tcp::socket accepted)
-        : server(owner), socket(std::move(accepted)) {
-        socket.set_option(tcp::no_delay(true), ignored);
-    }
+        : server(owner), socket(std::move(accepted)) {}
 
     void Answer(const std::string &step) {
         const std::string reply = server.ReplyOrActionAt(step);
@@ -92,7 +90,7 @@ private:
 
     void TakeOfMail(const std::string &line) {
         if (line != ".\r") {
-            mail.data.append(line, line[0] == '.' ? 1 : 0) += '\n';
+            mail.append(line, line[0] == '.' ? 1 : 0) += '\n';
             ReadLine();
             return;
         }
@@ -108,7 +106,7 @@ private:
     std::istream input{&received};
     bool isLogin = false;
     bool inMail = false;
-    ReceivedMail mail;
+    std::string mail;
 };
 
 CSmtpServer::CSmtpServer()

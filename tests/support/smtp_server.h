@@ -13,10 +13,6 @@
 
 namespace SMTPClientNS {
 
-struct ReceivedMail {
-    std::string data;  ///< With its line ends, dot-stuffing undone.
-};
-
 /// A scripted SMTP server on a loopback port of its own, with one thread for all connections.
 ///
 /// A step is the verb of a command, or "CONNECT", "LOGIN" (each line of a login behind AUTH),
@@ -47,7 +43,8 @@ public:
 
     /// Every line that was no mail data, in the order of arrival.
     std::vector<std::string> Commands() { return Copy(commands); }
-    std::vector<ReceivedMail> Mails() { return Copy(mails); }
+    /// With their line ends, dot-stuffing undone.
+    std::vector<std::string> Mails() { return Copy(mails); }
 
 private:
     class CConnection;
@@ -77,7 +74,7 @@ private:
     std::map<std::string, std::string> script;
     std::map<std::string, std::size_t> counts;  ///< By step.
     std::vector<std::string> commands;
-    std::vector<ReceivedMail> mails;
+    std::vector<std::string> mails;
     bool gateOpen = false;
 
     std::thread running;

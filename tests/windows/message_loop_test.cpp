@@ -99,7 +99,7 @@ TEST(Files, AreNotSharedAndHaveWidePaths) {
     message->AddAttachment(file.u16string().c_str());
     client->SetLogFile((names / L"log").u16string().c_str(), true);
     EXPECT_EQ(client->Send(), ResultSuccess);
-    EXPECT_NE(server.Mails().at(0).data.find("dGV4dA=="), std::string::npos);
+    EXPECT_NE(server.Mails().at(0).find("dGV4dA=="), std::string::npos);
     EXPECT_GT(std::filesystem::file_size(names / L"log"), 0U);
 
     const HANDLE held =

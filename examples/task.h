@@ -1,5 +1,5 @@
-#ifndef TESTS_SUPPORT_TASK_H
-#define TESTS_SUPPORT_TASK_H
+#ifndef EXAMPLES_TASK_H
+#define EXAMPLES_TASK_H
 
 #include <coroutine>
 #include <exception>
@@ -19,4 +19,4 @@ struct CTask {
     std::coroutine_handle<> handle;
 };
 
-#endif  // TESTS_SUPPORT_TASK_H
+#endif  // EXAMPLES_TASK_H

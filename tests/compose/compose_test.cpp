@@ -1,6 +1,7 @@
-#include "compose/encoded_word.h"
-
 #include <gtest/gtest.h>
+
+#include "compose/body_tree.h"
+#include "compose/encoded_word.h"
 
 namespace SMTPClientNS {
 
@@ -32,6 +33,14 @@ TEST(EncodedWord, ExactBytes) {
         EXPECT_EQ(subject, c.subject);
         EXPECT_EQ(displayName, c.displayName);
     }
+}
+
+TEST(BodyTree, ImageTypeForPath) {
+    for (const char *path : {"a.jpg", "a.png.txt", "a.pngx", "a.pn", "a.", "png", "", "/a.png/b"}) {
+        EXPECT_STREQ(ImageTypeForPath(path), "") << path;
+    }
+    EXPECT_STREQ(ImageTypeForPath("/x.y/a.PnG"), "image/png");
+    EXPECT_STREQ(ImageTypeForPath(".bmp"), "image/bmp");
 }
 
 }  // namespace SMTPClientNS
