@@ -16,10 +16,7 @@ namespace {
 bool KeepsEveryCharacter() {
     WideString lines;
     for (char32_t c = U'\v'; c <= 0x10FFFF; c += c == 0xD7FF ? 0x801 : 1) {
-        if (c >= 0x10000) {
-            lines += static_cast<char16_t>(0xD7C0 + (c >> 10));
-        }
-        lines += static_cast<char16_t>(c >= 0x10000 ? 0xDC00 | (c & 0x3FF) : c);
+        smtpclient::detail::AppendUtf16(lines, c);
         lines += u'\n';
     }
     return WideToSystemCodePage(lines).find("\n\n") == NarrowString::npos;
