@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include <smtpclient/mail_text.h>
 #include <smtpclient/smtpclient.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);

@@ -1,7 +1,5 @@
 #include <cerrno>
 
-#include <smtpclient/mail_text.h>
-
 #include "compose/charset_converter.h"
 #include "compose/encoded_word.h"
 #include "compose/text_conversion.h"

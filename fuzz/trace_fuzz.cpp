@@ -1,42 +1,23 @@
-#include <cstdio>
+#include <regex>
 
 #include "fuzz/fuzz_input.h"
 #include "log/log_text.h"
 #include "log/trace_capture.h"
 #include "log/trace_rows.h"
 
-namespace SMTPClientNS {
-namespace {
-
-/// Byte by byte, as a reader would say it.
-std::string NaiveRows(char label, std::string_view data) {
-    const auto isBreak = [data](std::size_t at) {
-        return at + 1 < data.size() && data[at] == '\r' && data[at + 1] == '\n';
-    };
+/// Rows of up to 96 bytes, each ended early by a CR LF.
+static std::string ByRegularExpression(char label, const std::string &data) {
+    static const std::regex row("((?:(?!\\r\\n)[\\s\\S]){1,96})(?:\\r\\n)?|\\r\\n");
     std::string rows;
-    for (std::size_t position = 0; position < data.size();) {
+    for (std::sregex_iterator next(data.begin(), data.end(), row), end; next != end; ++next) {
         rows += std::string{label} + ": ";
-        std::size_t next = position + 96;
-        for (std::size_t at = position; at < data.size() && at < position + 96; ++at) {
-            if (isBreak(at)) {
-                next = at + 2;
-                break;
-            }
-            const auto byte = static_cast<unsigned char>(data[at]);
-            rows += byte >= 0x20 && byte < 0x80 ? data[at] : '.';
-            if (isBreak(at + 1)) {
-                next = at + 3;
-                break;
-            }
+        for (const char byte : next->str(1)) {
+            rows += byte >= 0x20 ? byte : '.';
         }
-        position = next;
         rows += '\n';
     }
     return rows;
 }
-
-}  // namespace
-}  // namespace SMTPClientNS
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     using namespace SMTPClientNS;
@@ -49,7 +30,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
         std::string report(input.Take(input.Byte()));
         CTransferTrace::TraceCallback(nullptr, type, report.data(), report.size(), &trace);
         if (type < CURLINFO_END) {
-            expected += NaiveRows(type % 2 == 1 ? 'S' : 'C', report);
+            expected += ByRegularExpression(type % 2 == 1 ? 'S' : 'C', report);
         }
     }
     ClientLog log;

@@ -6,10 +6,9 @@
 #include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
-namespace {
 
 template <typename Unit>
-bool HeapHolds(std::basic_string_view<Unit> text) {
+static bool HeapHolds(std::basic_string_view<Unit> text) {
     std::ifstream maps("/proc/self/maps");
     std::string line;
     while (line.find("[heap]") == std::string::npos && std::getline(maps, line)) {
@@ -48,5 +47,4 @@ TEST(Settings, LeaveNoSecretInMemory) {
     }
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

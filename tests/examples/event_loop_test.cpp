@@ -8,10 +8,9 @@
 #include "tests/support/smtp_server.h"
 
 namespace SMTPClientNS {
-namespace {
 
 /// The program's next line that starts so; empty if none comes.
-std::string ReadUntil(std::FILE *output, const std::string &start) {
+static std::string ReadUntil(std::FILE *output, const std::string &start) {
     std::array<char, 256> line = {};
     while (std::fgets(line.data(), line.size(), output) != nullptr) {
         if (std::string(line.data()).rfind(start, 0) == 0) {
@@ -42,5 +41,4 @@ TEST(EventLoops, TickWhileTheServerKeepsThemWaiting) {
     }
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

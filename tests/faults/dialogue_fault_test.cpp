@@ -5,7 +5,6 @@
 #include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
-namespace {
 
 constexpr int Untried = -1;  // The interface has no time-out there: libcurl's own is two minutes.
 
@@ -100,5 +99,4 @@ TEST(DialogueFaults, EndInTheirResultAndLeaveTheClientFitForTheNextSend) {
     }
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

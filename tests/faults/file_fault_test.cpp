@@ -7,7 +7,6 @@
 #include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
-namespace {
 
 TEST(LogFileFaults, NeverTouchTheResult) {
     const CTemporaryFolder folder;
@@ -84,5 +83,4 @@ TEST(AttachmentFaults, AFileThatChanges) {
     ::setfsuid(user);
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

@@ -3,15 +3,13 @@
 #include "tests/host/host_test.h"
 
 namespace SMTPClientNS {
-namespace {
 
 /// The processor time that it takes to compose a mail with that much of everything that comes in
 /// numbers.
-std::clock_t CostOf(std::size_t count) {
+static std::clock_t CostOf(std::size_t count) {
     const CTemporaryFolder folder;
-    const Message message = MakeSmallMessage();
-    const Client client = MakeClientFor(1);
-    client->SetMessage(message.get());
+    const CSender sender;
+    sender.client->SetPort(1);
     std::u16string subject;
     std::string html;
     for (std::size_t number = 0; number < count; ++number) {
@@ -21,12 +19,12 @@ std::clock_t CostOf(std::size_t count) {
     folder.Write("html", html);
     const std::clock_t begin = std::clock();
     for (std::size_t number = 0; number < count; ++number) {
-        message->AddRecipient(u"a@x", u"name");
-        message->AddAttachment(u"/");
+        sender.message->AddRecipient(u"a@x", u"name");
+        sender.message->AddAttachment(u"/");
     }
-    message->SetSubject(subject.c_str());
-    message->LoadBodyFromFile(folder.WidePathOf("html").c_str(), BodyHtmlUtf8WithImages);
-    client->SendAsync();
+    sender.message->SetSubject(subject.c_str());
+    sender.message->LoadBodyFromFile(folder.WidePathOf("html").c_str(), BodyHtmlUtf8WithImages);
+    sender.client->SendAsync();
     return std::clock() - begin;
 }
 
@@ -37,5 +35,4 @@ TEST(Growth, OfTheCostIsThatOfTheMail) {
     EXPECT_LT(CostOf(8 * Count), 24 * CostOf(Count));
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

@@ -5,7 +5,6 @@
 #include <sstream>
 
 namespace SMTPClientNS {
-namespace {
 
 TEST(Dialogue, TellsWhatWasSaidButNoSecret) {
     struct Case {
@@ -60,5 +59,4 @@ TEST(Dialogue, TellsWhatWasSaidButNoSecret) {
     }
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

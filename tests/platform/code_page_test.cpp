@@ -10,10 +10,9 @@
 #include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
-namespace {
 
 /// Every character on a line of its own, some of which the code page lacks: no line is empty.
-bool KeepsEveryCharacter() {
+static bool KeepsEveryCharacter() {
     WideString lines;
     for (char32_t c = U'\v'; c <= 0x10FFFF; c += c == 0xD7FF ? 0x801 : 1) {
         smtpclient::detail::AppendUtf16(lines, c);
@@ -21,8 +20,6 @@ bool KeepsEveryCharacter() {
     }
     return WideToSystemCodePage(lines).find("\n\n") == NarrowString::npos;
 }
-
-}  // namespace
 
 // The code page is fixed at first use, so that each row is a process of its own. Death tests come
 // first: the process that they are forked from has not asked for the code page yet.

@@ -30,7 +30,6 @@ extern "C" CURLcode curl_easy_setopt(CURL *handle, CURLoption option, ...) {
 }
 
 namespace SMTPClientNS {
-namespace {
 
 using C = ISmtpClient &;
 
@@ -120,5 +119,4 @@ TEST(ConnectionOptions, AreSetInOrderUntilOneStops) {
     }
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

@@ -6,7 +6,6 @@
 #include <cstring>
 
 namespace SMTPClientNS {
-namespace {
 
 TEST(ResultCatalogue, SpeaksTheUsersLanguage) {
     const std::tuple<const char16_t *, std::int32_t, std::int32_t, const char *> cases[] = {
@@ -35,5 +34,4 @@ TEST(ResultCatalogueDeathTest, IsEnglishWhereTheCodePageLacksJapanese) {
     EXPECT_EXIT(compare(), testing::ExitedWithCode(0), "");
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

@@ -3,7 +3,6 @@
 #include "tests/support/host_tools.h"
 
 namespace SMTPClientNS {
-namespace {
 
 TEST(CodePage932, CarriesTextsAndResults) {
     CSender sender;
@@ -20,5 +19,4 @@ TEST(CodePage932, CarriesTextsAndResults) {
         "\u9001\u4FE1\u8005\u304C\u6307\u5B9A\u3055\u308C\u3066\u3044\u307E\u305B\u3093\u3002\n");
 }
 
-}  // namespace
 }  // namespace SMTPClientNS

@@ -8,11 +8,10 @@
 extern "C" int SendTwiceByMsvcTables(int port);
 
 namespace SMTPClientNS {
-namespace {
 
 constexpr const wchar_t *WindowClass = L"SmtpClientAsyncThreadWindow";
 
-int WindowsOfThisThread() {
+static int WindowsOfThisThread() {
     int count = 0;
     const auto countOurs = [](HWND window, LPARAM counter) -> BOOL {
         wchar_t name[64] = {};
@@ -118,5 +117,4 @@ TEST(Tables, ServeTheSystemsOwnCompiler) {
     EXPECT_TRUE(server.WaitForCommands("QUIT", 2));
 }
 
-}  // namespace
 }  // namespace SMTPClientNS
