@@ -48,11 +48,9 @@ public:
         return taken;
     }
 
-    std::string_view Rest() { return Take(rest.size()); }
-
     /// All that is left as UTF-16, up to a zero unit.
     std::u16string RestOfText() {
-        const std::string_view bytes = Rest();
+        const std::string_view bytes = Take(rest.size());
         std::u16string text(bytes.size() / 2, u'\0');
         std::memcpy(text.data(), bytes.data(), text.size() * 2);
         text.resize(std::min(text.size(), text.find(u'\0')));
