@@ -5,6 +5,7 @@
 #include <sys/epoll.h>
 #include <uv.h>
 
+#include <QSocketNotifier>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
@@ -16,8 +17,6 @@
 #include "examples/task.h"
 
 #include <asio.hpp>
-
-#include <QSocketNotifier>
 
 inline smtpclient::Client client("mail.example.org");
 inline smtpclient::Message message;
