@@ -252,7 +252,8 @@ TEST(Mail, TokenAllowsNoOtherLogin) {
         server.At("EHLO", offer + "\r\n");
         Client client = ClientFor(server);
         c.logIn(client);
-        client.Send(SmallMessage());
+        const bool isSent{client.Send(SmallMessage())};
+        EXPECT_EQ(isSent, c.log[0] == 'C');
         EXPECT_NE(client.Log().find(offer + "\n" + c.log), std::string::npos) << client.Log();
     }
 }
