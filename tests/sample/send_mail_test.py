@@ -76,7 +76,6 @@ class Options(Tool):
             self.assertEqual(mail['From'].addresses[0].display_name, name)
             self.assertIn(b'\r\n\r\na\r\nb\r\nc\r\n\r\n.\r\n\r\n--', content)
 
-
     def test_manual_page_names_every_option(self):
         manual = (pathlib.Path(SERVER).parent / 'send_mail/send_mail.1').read_text()
         told = subprocess.run([SEND_MAIL, '--help'], capture_output=True, text=True).stdout
