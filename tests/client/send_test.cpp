@@ -210,6 +210,8 @@ TEST(Send, KeepsLogsApartThatRanAtOnce) {
         const std::string log = scene->LogFile();
         EXPECT_EQ(log.find("C: RCPT TO:<held@") != std::string::npos, scene == &held);
         EXPECT_EQ(log.find("C: RCPT TO:<quick@") != std::string::npos, scene == &quick);
+        scene->client->Send();
+        EXPECT_NE(scene->LogFile().find("C: DATA", log.size()), std::string::npos);
     }
 }
 
