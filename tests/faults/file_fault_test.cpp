@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/fsuid.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,10 +16,15 @@ TEST(LogFileFaults, NeverTouchTheResult) {
     const int holder = ::open(folder.PathOf("locked").c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(::flock(holder, LOCK_EX), 0);
     ASSERT_EQ(::mkfifo(folder.PathOf("pipe").c_str(), 0600), 0);
+    const rlimit limit = {rlim_t{1} << 34U, RLIM_INFINITY};
+    ::setrlimit(RLIMIT_FSIZE, &limit);  // Whoever writes past it is killed.
+    folder.Write("longest", "");
+    std::filesystem::resize_file(folder.PathOf("longest"), limit.rlim_cur);  // Sparse
     const CSender sender;
     for (const std::string &path :
          {std::string("/dev/full"), folder.PathOf("no/such/folder/log"), folder.PathOf("locked"),
-          folder.PathOf("pipe"), folder.PathOf("."), std::string("/proc/version")}) {
+          folder.PathOf("pipe"), folder.PathOf("longest"), folder.PathOf("."),
+          std::string("/proc/version")}) {
         for (const bool append : {true, false}) {
             SCOPED_TRACE(path);
             sender.client->SetLogFile(Wide(path).c_str(), append);

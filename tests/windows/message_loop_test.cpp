@@ -66,7 +66,7 @@ TEST(MessageLoop, ThreadThatEndsDropsItsReports) {
 TEST(MessageBoxOfTheSystem, WaitsForItsAnswer) {
     const CSender sender;
     sender.message->SetCharset(u"unknown");
-    sender.message->SetSubject(u"\u00E9");
+    sender.message->SetSubject(u"é");
     std::atomic<int> answered{0};
     std::atomic<bool> isSent{false};
     std::thread answering([&] {
@@ -88,10 +88,9 @@ TEST(Files, AreNotSharedAndHaveWidePaths) {
     CSender sender;
     auto &[server, sink, message, client] = sender;
     const CTemporaryFolder folder;
-    const std::filesystem::path names =
-        std::filesystem::path(folder.PathOf("")) / L"\u5199\u771F \u00E9";
+    const std::filesystem::path names = std::filesystem::path(folder.PathOf("")) / L"写真 é";
     std::filesystem::create_directory(names);
-    const std::filesystem::path file = names / L"\u65E5.txt";
+    const std::filesystem::path file = names / L"日.txt";
     std::ofstream(file, std::ios::binary) << "text";
     message->LoadBodyFromFile(file.u16string().c_str(), BodyTextUtf8);
     EXPECT_EQ(message->GetTextBody(), std::u16string(u"text"));
