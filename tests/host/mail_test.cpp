@@ -313,13 +313,15 @@ TEST_F(MailBackground, CallsBackAfterAMoveAndFromAnEmptyFunctionNobody) {
 }
 
 TEST_F(MailBackground, CancelDestroysTheCallback) {
+    EXPECT_EQ(client.Get()->CancelAsync(0), -1);
     HoldOneSend();
     for (const char *name : {"2", "3", "4"}) {
         client.Send(SmallMessage(), Recorder(name));
     }
     EXPECT_EQ(life.use_count(), 5);
-    for (const std::int32_t other : {0, 1, 5}) {
-        EXPECT_FALSE(client.Cancel(other)) << other;
+    EXPECT_FALSE(client.Cancel(0));  // Not all.
+    for (const std::int32_t other : {-1, 1, 5}) {
+        EXPECT_EQ(client.Get()->CancelAsync(other), -1) << other;
     }
     EXPECT_TRUE(client.Cancel(3));
     EXPECT_EQ(client.Get()->CancelAsync(3), -1);
@@ -329,6 +331,7 @@ TEST_F(MailBackground, CancelDestroysTheCallback) {
     EXPECT_EQ(client.Pending(), 1U);
     EXPECT_EQ(client.Get()->SendAsync(), 5);  // Without a message, and without a callback.
     EXPECT_TRUE(client.CancelAll());
+    EXPECT_EQ(client.Get()->CancelAsync(0), -1);
     server.OpenGate();
     EXPECT_TRUE(WaitForReport());
     EXPECT_EQ(client.Send(Message(), Recorder("last")), 6);
